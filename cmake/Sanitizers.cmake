@@ -1,0 +1,6 @@
+add_library(zol-sanitizers INTERFACE)
+if(ZOL_SANITIZE)
+  target_compile_options(zol-sanitizers INTERFACE -fsanitize=${ZOL_SANITIZE} -fno-omit-frame-pointer
+                                                  -fno-sanitize-recover=all)
+  target_link_options(zol-sanitizers INTERFACE -fsanitize=${ZOL_SANITIZE})
+endif()

@@ -1,0 +1,86 @@
+#include "core/address.hpp"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "core/text.hpp"
+
+namespace {
+
+bool ends_digits(char character) { return character == '\0' || character == ' '; }
+
+unsigned nibble(char digit) { return static_cast<unsigned>(digit < ':' ? digit - '0' : digit - 55); }
+
+}  // namespace
+
+void hex_text_to_octets(const char *digits, uint8_t *octets) {
+  constexpr size_t size = sizeof(zol::MacOctets);
+  memset(octets, '0', size);
+  size_t count = 0;
+  for (; count < size - 1 && !ends_digits(digits[0]); ++count) {
+    const unsigned high = nibble(digits[0]) << 4U;
+    if (ends_digits(digits[1])) {
+      octets[count++] = static_cast<uint8_t>(high);
+      break;
+    }
+    octets[count] = static_cast<uint8_t>(high + nibble(digits[1]));
+    digits += 2;
+  }
+  octets[std::min(count, size - 1)] = 0;
+}
+
+namespace zol {
+
+ScannedIpv4 scan_ipv4(const char *text) {
+  ScannedIpv4 scanned{0, 0};
+  for (; scanned.octets < 4; ++scanned.octets) {
+    if (scanned.octets > 0) {
+      if (*text != '.') break;
+      ++text;
+    }
+    const std::optional<int32_t> octet = scan_int32(text);
+    if (!octet) break;
+    scanned.address |= static_cast<uint32_t>(*octet) << (24U - 8U * static_cast<unsigned>(scanned.octets));
+  }
+  return scanned;
+}
+
+Ipv4 parse_ipv4(const char *text) {
+  const ScannedIpv4 scanned = scan_ipv4(text);
+  return scanned.octets == 4 ? scanned.address : 0;
+}
+
+DottedQuad::DottedQuad(Ipv4 address) {
+  snprintf(text_.data(), text_.size(), "%u.%u.%u.%u", address >> 24U, address >> 16U & 255U, address >> 8U & 255U,
+           address & 255U);
+}
+
+MacOctets mac_octets(const char *text) {
+  constexpr std::array<uint8_t, 12> positions = {0, 1, 3, 4, 6, 7, 9, 10, 12, 13, 15, 16};
+  const size_t length = strlen(text);
+  std::array<char, positions.size() + 1> digits{};
+  for (size_t i = 0; i < positions.size() && positions[i] < length; ++i) {
+    digits[i] = static_cast<char>(toupper(static_cast<unsigned char>(text[positions[i]])));
+  }
+  MacOctets octets{};
+  hex_text_to_octets(digits.data(), octets.data());
+  return octets;
+}
+
+std::optional<std::array<unsigned, mac_length>> scan_mac(const char *text, char separator) {
+  std::array<unsigned, mac_length> octets{};
+  for (size_t i = 0; i < octets.size(); ++i) {
+    if (i > 0 && *text++ != separator) return std::nullopt;
+    unsigned digits = 0;
+    for (; digits < 2 && isxdigit(static_cast<unsigned char>(*text)) != 0; ++digits, ++text) {
+      octets[i] = octets[i] << 4U | nibble(static_cast<char>(toupper(static_cast<unsigned char>(*text))));
+    }
+    if (digits == 0) return std::nullopt;
+  }
+  return octets;
+}
+
+}  // namespace zol

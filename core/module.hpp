@@ -1,0 +1,166 @@
+#pragma once
+
+#include <array>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "core/agent.hpp"
+#include "core/export.hpp"
+
+namespace zol {
+
+/// The arcs of an object below the root 1.3.6.1.4.1.E.8.1.
+struct Arcs {
+  static constexpr size_t most = 6;
+
+  constexpr Arcs(std::integral auto... arcs)  // NOLINT(google-explicit-constructor): written as {3, 1, 6}
+      : count(sizeof...(arcs)), arc{static_cast<uint8_t>(arcs)...} {
+    static_assert(sizeof...(arcs) <= most);
+  }
+  [[nodiscard]] constexpr uint8_t last() const { return arc[count - 1U]; }
+
+  uint8_t count;
+  std::array<uint8_t, most> arc;
+};
+
+enum class Access : uint8_t { read_only, read_write };
+using enum Access;
+
+/// What a SET accepts: numbers for INTEGER, lengths for OCTET STRING. An object that is never set has no interval.
+struct Accepts {
+  struct Interval {
+    int32_t low;
+    int32_t high;
+  };
+  [[nodiscard]] constexpr bool operator()(int32_t value) const {
+    for (size_t i = 0; i < count; ++i) {
+      if (interval[i].low <= value && value <= interval[i].high) return true;
+    }
+    return false;
+  }
+  size_t count = 0;
+  std::array<Interval, 2> interval{};
+};
+
+/// Every value from `low` to `high`.
+constexpr Accepts range(int32_t low, int32_t high) { return {1, {{{low, high}}}}; }
+/// Two values and nothing between them.
+constexpr Accepts one_of(int32_t first, int32_t second) { return {2, {{{first, first}, {second, second}}}}; }
+
+/// What is published about one object (a scalar, or one column of a table): all that a MIB file says of it in figures.
+struct ObjectInfo {
+  const char *name;
+  /// The object's own arcs, without the instance.
+  Arcs oid;
+  uint8_t type;
+  Access access;
+  Accepts accepts;
+  /// How many rows a table's column can have; 0 for a scalar.
+  uint8_t rows;
+};
+
+/// One module as the registry holds it. The agent starts a module with `dlmod <name> <library>`, which calls `init`.
+struct Module {
+  const char *name;
+  void (*init)();
+  void (*deinit)();
+  const ObjectInfo *objects;
+  size_t object_count;
+};
+
+/// Every module of the library. Each enters itself (`ZOL_REGISTER`); the linker collects them, nobody keeps a list.
+std::span<const Module *const> modules();
+
+/// What a module holds of the agent: its rows and its tokens. Taking them back leaves the agent as if the module had
+/// never been loaded, so that unloading and the reload on SIGHUP are harmless.
+class Registration {
+ public:
+  /// Registers `count` rows of `row_size` bytes below the root and `prefix`, under the module's name. The enterprise
+  /// arc is the one known now. A module that is registered already gives its old rows back first.
+  void add_rows(const char *module, variable *rows, size_t row_size, size_t count, const Arcs &prefix = Arcs{});
+  void remove_rows();
+
+ private:
+  void unregister(size_t row) const;
+
+  variable *rows_ = nullptr;
+  size_t row_size_ = 0;
+  size_t count_ = 0;
+  Arcs prefix_{};
+  int32_t enterprise_ = 0;
+};
+
+/// An OID with room for every registered row.
+struct FullOid {
+  std::array<oid, 20> arc{};
+  size_t length = 0;
+};
+
+/// The root with `enterprise` as its seventh arc, followed by `arcs`.
+FullOid full_oid(int32_t enterprise, const Arcs &arcs);
+
+/// Registers the snmpd.conf token `token` with the help text "<token> value".
+void add_token(const char *token, void (*parse)(const char *, char *), void (*release)());
+void remove_token(const char *token);
+
+/// Asks the agent whether a request means `row`; on a match the length slot is set for an integer and no write method
+/// is handed out yet.
+bool matches(variable *row, oid *name, size_t *length, int exact, size_t *value_length, WriteMethod **write_method);
+
+/// On 64-bit machines the agent hands an INTEGER over as an 8-byte long. Narrows such a value to the four bytes that
+/// the write methods take; a value that does not fit keeps its length, and is refused for it.
+class NarrowedInteger {
+ public:
+  NarrowedInteger(unsigned char *value, unsigned char type, size_t length);
+  [[nodiscard]] unsigned char *value() { return value_; }
+  [[nodiscard]] size_t length() const { return length_; }
+
+ private:
+  int32_t narrow_ = 0;
+  unsigned char *value_;
+  size_t length_;
+};
+
+template <auto Write>
+int write_narrowed(int action, unsigned char *value, unsigned char type, size_t length, unsigned char *stored,
+                   oid *name, size_t name_length) {
+  NarrowedInteger narrowed(value, type, length);
+  return Write(action, narrowed.value(), type, narrowed.length(), stored, name, name_length);
+}
+
+/// The write method to hand to the agent for `Write`: itself where a long has four bytes.
+template <auto Write>
+constexpr WriteMethod *handed_out() {
+  if constexpr (sizeof(long) > sizeof(int32_t)) {
+    return &write_narrowed<Write>;
+  } else {
+    return Write;
+  }
+}
+
+/// The 32-bit integer at `value`, in the machine's byte order. @param length at most 4
+int32_t integer_at(const unsigned char *value, size_t length);
+
+/// The address whose four octets stand at `value`, the first one in the top byte.
+uint32_t address_at(const unsigned char *octets);
+
+/// RESERVE1 of an integer: 7 for a wrong type, 8 for a length of 5 or more, 0 otherwise.
+int check_integer(unsigned char type, size_t length);
+
+/// The phases of a SET in which anything happens.
+namespace phase {
+constexpr int reserve1 = 0;
+constexpr int action = 2;
+constexpr int undo = 5;
+}  // namespace phase
+
+}  // namespace zol
+
+/// Enters a module into the registry. `NAME` is only a part of the entry's own name.
+#define ZOL_REGISTER(NAME, ...)                                                                               \
+  namespace {                                                                                                 \
+  constinit const zol::Module NAME##_module{__VA_ARGS__};                                                     \
+  [[gnu::used, gnu::section("zol_modules")]] constinit const zol::Module *NAME##_registered = &NAME##_module; \
+  }

@@ -1,0 +1,190 @@
+#pragma once
+
+// The frame of the tables. A table is a fixed grid of read-only cells, every one of them registered: the rows that live
+// at the moment answer, the others do not exist. A table is declared as a list of columns and a few facts about its
+// rows:
+//
+//   constexpr zol::Column columns[] = {
+//       zol::integer_column(1, 1, "bandwidthPackageIndex", [](zol::Cell cell) { return cell.row; }),
+//       zol::octets_column(2, 2, "bandwidthPackageName", read_name),
+//   };
+//   ZOL_TABLE(bandwidth_package, var_bandwidth_package, 5, columns, {}, .entry = {13, 6, 1}, .live_rows = row_count);
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <span>
+#include <utility>
+
+#include "core/address.hpp"
+#include "core/module.hpp"
+
+namespace zol {
+
+/// Which cell is asked for; rows count from 1.
+struct Cell {
+  int32_t row;
+};
+
+/// What a text or octet column answers. The bytes stay valid until the next request.
+struct Octets {
+  const void *data;
+  size_t length;
+};
+
+/// One column: its number, the magic its records carry, its name, and the reader that produces a cell. The reader's
+/// type is tied to the column's ASN.1 type.
+struct Column {
+  uint8_t number;
+  uint8_t magic;
+  const char *name;
+  uint8_t type;
+  union Reader {
+    int32_t (*integer)(Cell);
+    Ipv4 (*address)(Cell);
+    Octets (*octets)(Cell);
+  } read;
+};
+
+constexpr Column integer_column(uint8_t number, uint8_t magic, const char *name, int32_t (*read)(Cell)) {
+  return {number, magic, name, ASN_INTEGER, {.integer = read}};
+}
+constexpr Column address_column(uint8_t number, uint8_t magic, const char *name, Ipv4 (*read)(Cell)) {
+  return {number, magic, name, ASN_IPADDRESS, {.address = read}};
+}
+constexpr Column octets_column(uint8_t number, uint8_t magic, const char *name, Octets (*read)(Cell)) {
+  return {number, magic, name, ASN_OCTET_STR, {.octets = read}};
+}
+
+/// The answer for a text: as long as the text is.
+inline Octets text_answer(const char *text) { return {text, strlen(text)}; }
+
+/// What is particular to a table, beside its columns.
+struct TableSpec {
+  /// The arcs of the table's entry: the cells follow as column and row.
+  Arcs entry;
+  /// Refreshes the table's source; runs only when the cell at column 1, row 1 is asked for, the first of every walk.
+  void (*refresh)() = nullptr;
+  /// How many rows live; rows beyond do not exist. Asked after `refresh`.
+  int32_t (*live_rows)() = nullptr;
+  /// Whether this row exists, asked for every cell before its column is read; it may read what the columns need.
+  bool (*select)(Cell) = nullptr;
+  /// Whether the table answers only while the agent runs.
+  bool only_while_running = false;
+  /// Runs when the module is started, before the table registers.
+  void (*prepare)() = nullptr;
+};
+
+/// A snmpd.conf token of a table or of a module with several objects.
+struct Token {
+  const char *name;
+  void (*parse)(const char *, char *);
+  void (*release)();
+};
+
+class StaticTable {
+ public:
+  constexpr StaticTable(const char *name, const TableSpec &spec, std::span<const Column> columns,
+                        std::span<variable7> records, FindMethod *method, std::span<const Token> tokens)
+      : name_(name), spec_(spec), columns_(columns), records_(records), method_(method), tokens_(tokens) {}
+
+  /// Fills in the records, one per cell, row by row, and registers them and the tokens.
+  void init();
+  void deinit();
+
+  /// Answers a request for `record`. A GET of a cell's own OID is answered as if ".0" had been asked for.
+  unsigned char *find(variable *record, oid *name, size_t *length, int exact, size_t *value_length,
+                      WriteMethod **write_method);
+
+ private:
+  void fill_records();
+  unsigned char *read(const Column &column, Cell cell, size_t *value_length);
+
+  const char *name_;
+  TableSpec spec_;
+  std::span<const Column> columns_;
+  std::span<variable7> records_;
+  FindMethod *method_;
+  std::span<const Token> tokens_;
+  Registration registration_{};
+  bool has_tokens_ = false;
+  /// What the agent is pointed at for integers and addresses.
+  uint32_t answer_ = 0;
+};
+
+/// What the registry says of a table: one entry per column.
+template <size_t N>
+constexpr std::array<ObjectInfo, N> table_info(const Arcs &entry, const Column (&columns)[N], uint8_t rows) {
+  return [&]<size_t... i>(std::index_sequence<i...>) {
+    auto info = [&](const Column &column) {
+      Arcs oid = entry;
+      oid.arc[oid.count++] = column.number;
+      return ObjectInfo{column.name, oid, column.type, read_only, {}, rows};
+    };
+    return std::array<ObjectInfo, N>{info(columns[i])...};
+  }
+  (std::make_index_sequence<N>{});
+}
+
+/// Registers and takes back a list of tokens.
+void add_tokens(std::span<const Token> tokens);
+void remove_tokens(std::span<const Token> tokens);
+
+}  // namespace zol
+
+/// A table of at most `ROWS` rows and the array `COLUMNS`, answered by the C function `FIND`; `TOKENS` is an array of
+/// its snmpd.conf tokens, or {}; the further arguments are the fields of `zol::TableSpec`. Mints init_X, deinit_X,
+/// X_variables and `FIND`.
+#define ZOL_TABLE(NAME, FIND, ROWS, COLUMNS, TOKENS, ...)                                                      \
+  extern "C" {                                                                                                 \
+  ZOL_EXPORT void init_##NAME(void);                                                                           \
+  ZOL_EXPORT void deinit_##NAME(void);                                                                         \
+  ZOL_EXPORT unsigned char *FIND(variable *record, oid *name, size_t *length, int exact, size_t *value_length, \
+                                 WriteMethod **write_method);                                                  \
+  ZOL_EXPORT extern variable7 NAME##_variables[std::size(COLUMNS) * (ROWS)];                                   \
+  }                                                                                                            \
+  variable7 NAME##_variables[std::size(COLUMNS) * (ROWS)];                                                     \
+  namespace {                                                                                                  \
+  constexpr zol::TableSpec NAME##_spec{__VA_ARGS__};                                                           \
+  constexpr auto NAME##_info = zol::table_info(NAME##_spec.entry, COLUMNS, ROWS);                              \
+  constinit zol::StaticTable NAME##_table(#NAME, NAME##_spec, COLUMNS, NAME##_variables, FIND, TOKENS);        \
+  }                                                                                                            \
+  void init_##NAME(void) { NAME##_table.init(); }                                                              \
+  void deinit_##NAME(void) { NAME##_table.deinit(); }                                                          \
+  unsigned char *FIND(variable *record, oid *name, size_t *length, int exact, size_t *value_length,            \
+                      WriteMethod **write_method) {                                                            \
+    return NAME##_table.find(record, name, length, exact, value_length, write_method);                         \
+  }                                                                                                            \
+  ZOL_REGISTER(NAME, #NAME, init_##NAME, deinit_##NAME, NAME##_info.data(), NAME##_info.size())
+
+/// The value of a column or module as an exported integer, with its token handlers MODULE_parse_config_NAME and
+/// MODULE_free_config_NAME; `ZOL_TOKEN` lists it.
+#define ZOL_TOKEN_INTEGER(MODULE, NAME, TYPE)                                                                      \
+  extern "C" {                                                                                                     \
+  ZOL_EXPORT extern TYPE NAME;                                                                                     \
+  ZOL_EXPORT void MODULE##_parse_config_##NAME(const char *token, char *value);                                    \
+  ZOL_EXPORT void MODULE##_free_config_##NAME(void);                                                               \
+  }                                                                                                                \
+  TYPE NAME = 0;                                                                                                   \
+  void MODULE##_parse_config_##NAME(const char *, char *value) { NAME = static_cast<TYPE>(zol::to_int32(value)); } \
+  void MODULE##_free_config_##NAME(void) {}
+
+/// The same for a text of `CAPACITY` bytes whose token is cut at `LIMIT` characters, "..." included.
+#define ZOL_TOKEN_TEXT(MODULE, NAME, CAPACITY, LIMIT)                           \
+  extern "C" {                                                                  \
+  ZOL_EXPORT extern char NAME[CAPACITY];                                        \
+  ZOL_EXPORT void MODULE##_parse_config_##NAME(const char *token, char *value); \
+  ZOL_EXPORT void MODULE##_free_config_##NAME(void);                            \
+  }                                                                             \
+  char NAME[CAPACITY];                                                          \
+  void MODULE##_parse_config_##NAME(const char *, char *value) {                \
+    static_assert((LIMIT) < (CAPACITY));                                        \
+    zol::preset_text(NAME, LIMIT, value);                                       \
+  }                                                                             \
+  void MODULE##_free_config_##NAME(void) {}
+
+/// An element of a token list.
+#define ZOL_TOKEN(MODULE, NAME) \
+  zol::Token { #NAME, MODULE##_parse_config_##NAME, MODULE##_free_config_##NAME }

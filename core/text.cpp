@@ -1,0 +1,125 @@
+#include "core/text.hpp"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+struct Field {
+  const char *begin;
+  size_t length;
+};
+
+/// Field `index` of `source`, or a null `begin`.
+Field find_field(const char *source, unsigned index, char separator) {
+  const char separators[] = {separator, '\0'};
+  const char *begin = source + strspn(source, separators);
+  while (*begin != '\0') {
+    const size_t length = strcspn(begin, separators);
+    if (index == 0) return {begin, length};
+    --index;
+    begin += length;
+    begin += strspn(begin, separators);
+  }
+  return {nullptr, 0};
+}
+
+const char *skip_blanks(const char *text) {
+  while (isspace(static_cast<unsigned char>(*text)) != 0) ++text;
+  return text;
+}
+
+}  // namespace
+
+int zoel_getElementOf_(char *dst, const char *src, unsigned short index, char delim) {
+  const Field field = find_field(src, index, delim);
+  if (field.begin != nullptr) {
+    // The target may be the source itself: the field then moves to its front.
+    memmove(dst, field.begin, field.length);
+    dst[field.length] = '\0';
+  }
+  return 0;
+}
+
+int zol_getElementOf_(char *dst, const char *src, unsigned short index, char delim) {
+  return zoel_getElementOf_(dst, src, index, delim);
+}
+
+int zol_countElementOf_(const char *src, char delim) {
+  int count = 0;
+  for (Field field = find_field(src, 0, delim); field.begin != nullptr;
+       field = find_field(field.begin + field.length, 0, delim)) {
+    ++count;
+  }
+  return count;
+}
+
+void zol_replace_a_char(char *text, char from, char to) {
+  for (; *text != '\0'; ++text) {
+    if (*text == from) *text = to;
+  }
+}
+
+char *zol_strtoupper(char *text) {
+  for (char *character = text; *character != '\0'; ++character) {
+    *character = static_cast<char>(toupper(static_cast<unsigned char>(*character)));
+  }
+  return text;
+}
+
+namespace zol {
+
+void copy_text(std::span<char> target, const char *source) {
+  const size_t length = std::min(strlen(source), target.size() - 1);
+  memmove(target.data(), source, length);
+  target[length] = '\0';
+}
+
+bool copy_field(std::span<char> target, const char *source, unsigned index, char separator) {
+  const Field field = find_field(source, index, separator);
+  if (field.begin == nullptr) return false;
+  const size_t length = std::min(field.length, target.size() - 1);
+  memmove(target.data(), field.begin, length);
+  target[length] = '\0';
+  return true;
+}
+
+void preset_text(char *target, size_t limit, const char *value) {
+  const size_t length = strlen(value);
+  if (length < limit) {
+    memcpy(target, value, length + 1);
+    return;
+  }
+  memcpy(target, value, limit - 3);
+  memcpy(target + limit - 3, "...", sizeof "...");
+}
+
+int32_t to_int32(const char *text) { return scan_int32(text).value_or(0); }
+
+std::optional<int32_t> scan_int32(const char *&cursor) {
+  char *end = nullptr;
+  const long long number = strtoll(cursor, &end, 10);
+  if (end == cursor) return std::nullopt;
+  cursor = end;
+  return static_cast<int32_t>(static_cast<uint32_t>(number));
+}
+
+bool scan_word(std::span<char> target, const char *text) {
+  const char *begin = skip_blanks(text);
+  size_t length = 0;
+  while (begin[length] != '\0' && isspace(static_cast<unsigned char>(begin[length])) == 0) ++length;
+  if (length == 0) return false;
+  length = std::min(length, target.size() - 1);
+  memmove(target.data(), begin, length);
+  target[length] = '\0';
+  return true;
+}
+
+const char *text_after(const char *line, const char *marker) {
+  const char *found = strstr(line, marker);
+  return found == nullptr ? nullptr : found + strlen(marker);
+}
+
+}  // namespace zol

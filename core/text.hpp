@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "core/export.hpp"
+
+extern "C" {
+
+/// Copies field `index` (from 0) of `src`, split at `delim`, into `dst`. Runs of the delimiter count as one, so empty
+/// fields are skipped. `dst` is left unchanged when there is no such field, and must hold the field otherwise.
+/// @return 0 always
+ZOL_EXPORT int zoel_getElementOf_(char *dst, const char *src, unsigned short index, char delim);
+
+/// The same as `zoel_getElementOf_`.
+ZOL_EXPORT int zol_getElementOf_(char *dst, const char *src, unsigned short index, char delim);
+
+/// The number of non-empty fields of `src` split at `delim`.
+ZOL_EXPORT int zol_countElementOf_(const char *src, char delim);
+
+/// Replaces every `from` in `text` by `to`, in place: turns UCI's blank-separated lists into ";"-separated ones and
+/// back.
+ZOL_EXPORT void zol_replace_a_char(char *text, char from, char to);
+
+/// Turns the ASCII letters of `text` into upper case, in place. @return `text`
+ZOL_EXPORT char *zol_strtoupper(char *text);
+}
+
+namespace zol {
+
+/// Copies `source` into `target`, cut where it is too long, always terminated.
+void copy_text(std::span<char> target, const char *source);
+
+/// `zoel_getElementOf_` with a bound: a longer field is cut. False, and `target` unchanged, when there is no such
+/// field.
+bool copy_field(std::span<char> target, const char *source, unsigned index, char separator);
+
+/// Stores the value of a configuration token: a text of `limit` characters or more keeps its first `limit` - 3 and ends
+/// in "...", so that it is exactly `limit` characters long. `target` must hold `limit` + 1 characters.
+void preset_text(char *target, size_t limit, const char *value);
+
+/// The decimal number that `text` begins with (after blanks), 0 without one, as `atoi` reads it. Numbers beyond 32 bits
+/// wrap, on 32-bit machines as on 64-bit ones, where the C library's own conversions would differ.
+int32_t to_int32(const char *text);
+
+/// Reads what `%d` reads at `cursor` and moves it behind the number; nothing, and `cursor` unchanged, without a number.
+/// Wraps as `to_int32` does.
+std::optional<int32_t> scan_int32(const char *&cursor);
+
+/// Reads what `%s` reads at `text`: the first run of non-blank characters, cut where it is too long. False, and
+/// `target` unchanged, when only blanks follow.
+bool scan_word(std::span<char> target, const char *text);
+
+/// The text behind the first `marker` in `line`, or null.
+const char *text_after(const char *line, const char *marker);
+
+}  // namespace zol

@@ -1,0 +1,91 @@
+// Who the access point is and where it stands: host name, model, firmware version, coordinates.
+
+#include "mib/device/device.hpp"
+
+#include <cstring>
+
+#include "core/command.hpp"
+#include "core/scalar.hpp"
+#include "core/value_store.hpp"
+
+using namespace zol;
+
+namespace {
+
+constexpr size_t name_size = 33;
+constexpr const char *host_name_key = "0.3.1";
+
+/// A line that holds no more than this is taken as no answer, and ends the reading.
+constexpr size_t shortest_line = 6;
+
+}  // namespace
+
+ZOL_TEXT(ap_name, name_size, .oid = {2, 1}, .accepts = range(1, 32));
+
+int get_ap_name(char *name) {
+  const std::span<char> value(name, name_size);
+  read_value(host_name_key, value);
+  CommandOutput output("uci show system.@system[0].hostname");
+  if (!output) return -1;
+  while (output.next_of_at_least(shortest_line)) {
+    char current[name_size];
+    copy_text(current, name);
+    copy_field(current, output.line(), 1, '=');
+    // The store is on flash: it is written only when the name has changed.
+    if (strcmp(current, name) != 0) snmp_write2file(host_name_key, current);
+    copy_text(value, current);
+  }
+  return 0;
+}
+
+int set_ap_name(const char *name) {
+  snmp_write2file(host_name_key, name);
+  shell("uci set system.@system[0].hostname=\"%s\";uci commit system", name);
+  shell("uci set snmpd.cfg10e48a.sysName=\"%s\";uci commit snmpd", name);
+  return 0;
+}
+
+ZOL_TEXT_WITHOUT_SET(ap_model, name_size, .oid = {2, 2}, .access = read_only);
+
+int get_ap_model(char *model) {
+  CommandOutput output("uci show system.led_sig1.sysfs");
+  if (!output) return -1;
+  while (output.next_of_at_least(shortest_line)) {
+    // The model is told by the name of its LEDs: "<model>:<colour>:<function>".
+    char led[128] = "";
+    copy_field(led, output.line(), 1, '=');
+    if (strchr(led, ':') != nullptr) {
+      led[strcspn(led, ":")] = '\0';
+      copy_text({model, name_size}, zol_strtoupper(led));
+    } else {
+      copy_text({model, name_size}, "ZOL QRB71");
+    }
+  }
+  return 0;
+}
+
+ZOL_TEXT_WITHOUT_SET(fw_version, name_size, .oid = {2, 3}, .access = read_only);
+
+int get_fw_version(char *version) {
+  const std::span<char> value(version, name_size);
+  copy_text(value, "KelvAP ZOL");
+  CommandOutput output("cat /etc/openwrt_release | grep DISTRIB_DESCRIPTION");
+  if (!output) return -1;
+  while (output.next_of_at_least(shortest_line)) {
+    char description[128] = "";
+    if (!copy_field(description, output.line(), 1, '=')) continue;
+    const char *text = description;
+    if (*text == '"') {
+      ++text;
+      if (*text != '\0') description[strlen(description) - 1] = '\0';
+    }
+    copy_text(value, text);
+  }
+  return 0;
+}
+
+ZOL_INTEGER(stats_longtitude, .oid = {2, 11}, .accepts = range(-1000, 1000));
+ZOL_STORED_NUMBER(stats_longtitude)
+
+ZOL_INTEGER(stats_latitude, .oid = {2, 12}, .accepts = range(-1000, 1000));
+ZOL_STORED_NUMBER(stats_latitude)

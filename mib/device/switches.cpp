@@ -1,0 +1,64 @@
+// The radios and the Ethernet ports, switched on (1) and off (2).
+
+#include <cstring>
+
+#include "core/command.hpp"
+#include "core/scalar.hpp"
+
+using namespace zol;
+
+namespace {
+
+constexpr int32_t on = 1;
+constexpr int32_t off = 2;
+
+int read_radio(int radio, int32_t *status) {
+  *status = on;
+  CommandOutput output("uci show wireless | grep \"wifi%d.disabled=\"", radio);
+  if (!output) return -1;
+  if (output.next_of_at_least(6)) {
+    char disabled[128] = "";
+    copy_field(disabled, output.line(), 1, '=');
+    *status = to_int32(disabled) != 0 ? off : on;
+  }
+  return 0;
+}
+
+int switch_radio(int radio, int32_t status) {
+  shell("uci set wireless.wifi%d.disabled=%d;uci commit wireless", radio, status == on ? 0 : 1);
+  return 0;
+}
+
+/// A port is up when `ifconfig`, which lists what is up, names its VLAN interface.
+int read_port(const char *interface, int32_t *status) {
+  *status = off;
+  CommandOutput output("ifconfig | grep '%s'", interface);
+  if (!output) return -1;
+  if (output.next() && strstr(output.line(), interface) != nullptr) *status = on;
+  return 0;
+}
+
+int switch_port(const char *interface, int32_t status) {
+  shell("ifconfig %s %s", interface, status == on ? "up" : "down");
+  return 0;
+}
+
+}  // namespace
+
+// These four are registered under the group's arc, with the two arcs below it as the row's name.
+
+ZOL_INTEGER(wlan_status0, .oid = {1, 4, 1}, .accepts = range(on, off), .row_arcs = 2);
+int get_wlan_status0(int32_t *status) { return read_radio(0, status); }
+int set_wlan_status0(int32_t status) { return switch_radio(0, status); }
+
+ZOL_INTEGER(wlan_status1, .oid = {1, 4, 2}, .accepts = range(on, off), .row_arcs = 2);
+int get_wlan_status1(int32_t *status) { return read_radio(1, status); }
+int set_wlan_status1(int32_t status) { return switch_radio(1, status); }
+
+ZOL_INTEGER(eth_status0, .oid = {1, 5, 1}, .accepts = range(on, off), .row_arcs = 2);
+int get_eth_status0(int32_t *status) { return read_port("eth0.1", status); }
+int set_eth_status0(int32_t status) { return switch_port("eth0.1", status); }
+
+ZOL_INTEGER(eth_status1, .oid = {1, 5, 2}, .accepts = range(on, off), .row_arcs = 2);
+int get_eth_status1(int32_t *status) { return read_port("eth0.2", status); }
+int set_eth_status1(int32_t status) { return switch_port("eth0.2", status); }

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+/// Stands in for the shell: while one lives, popen() and system() of this program run nothing. They record the command
+/// line to the letter and print what the test scripted for it; a command that was not scripted prints nothing.
+class ScriptedShell {
+ public:
+  ScriptedShell();
+  ScriptedShell(const ScriptedShell &) = delete;
+  ScriptedShell &operator=(const ScriptedShell &) = delete;
+  ~ScriptedShell();
+
+  /// What `command` prints from now on.
+  ScriptedShell &answers(const std::string &command, const std::string &output);
+
+  /// From now on no command can be started.
+  void cannot_start() { can_start_ = false; }
+
+  /// Every command line since the last call, popen() and system() alike, in order.
+  std::vector<std::string> commands();
+
+  // For the stand-ins of popen() and system().
+  static ScriptedShell *current();
+  bool record(const std::string &command);
+  const std::string &output_of(const std::string &command);
+
+ private:
+  std::map<std::string, std::string> outputs_;
+  std::vector<std::string> commands_;
+  bool can_start_ = true;
+};
