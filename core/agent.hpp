@@ -7,10 +7,12 @@
 #include "core/export.hpp"
 
 extern "C" {
-#include <net-snmp/net-snmp-config.h>
 // net-snmp's headers depend on this order.
-#include <net-snmp/agent/net-snmp-agent-includes.h>
+// clang-format off
+#include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
+#include <net-snmp/agent/net-snmp-agent-includes.h>
+// clang-format on
 
 // Exported by the agent's libraries of every release; 5.4 installs no header for the first, none declares the second.
 int header_generic(struct variable *row, oid *name, size_t *length, int exact, size_t *value_length,
