@@ -3,12 +3,18 @@ find_package(Threads REQUIRED)
 add_library(netsnmp-agent INTERFACE)
 
 if(CMAKE_CROSSCOMPILING AND ZOL_HOST_NETSNMP_HEADERS)
-  # Only the net-snmp folder of the build machine's headers, never the rest of them. The libraries are the device's and
-  # are found when the agent loads the module.
-  set(headers ${CMAKE_BINARY_DIR}/host-headers)
-  file(MAKE_DIRECTORY ${headers})
-  file(CREATE_LINK ${ZOL_HOST_NETSNMP_HEADERS}/net-snmp ${headers}/net-snmp SYMBOLIC)
-  target_include_directories(netsnmp-agent SYSTEM INTERFACE ${headers})
+  # Only the folders of net-snmp and of OpenSSL, which its headers include, never the rest of the build machine's headers.
+  # The libraries are the device's and are found when the agent loads the module.
+  file(GLOB folders ${ZOL_HOST_NETSNMP_HEADERS}/net-snmp ${ZOL_HOST_NETSNMP_HEADERS}/openssl
+       ${ZOL_HOST_NETSNMP_HEADERS}/*-linux-gnu/openssl)
+  foreach(folder ${folders})
+    string(MAKE_C_IDENTIFIER ${folder} link)
+    get_filename_component(name ${folder} NAME)
+    set(headers ${CMAKE_BINARY_DIR}/host-headers/${link})
+    file(MAKE_DIRECTORY ${headers})
+    file(CREATE_LINK ${folder} ${headers}/${name} SYMBOLIC)
+    target_include_directories(netsnmp-agent SYSTEM INTERFACE ${headers})
+  endforeach()
 else()
   find_path(NETSNMP_INCLUDE_DIR net-snmp/net-snmp-config.h REQUIRED)
   target_include_directories(netsnmp-agent SYSTEM INTERFACE ${NETSNMP_INCLUDE_DIR})

@@ -16,7 +16,7 @@ namespace zol {
 std::span<const Module *const> modules() {
   // The distance is taken between addresses: to the compiler the two marks are arrays that have nothing in common.
   const auto bytes = reinterpret_cast<uintptr_t>(end_of_modules) - reinterpret_cast<uintptr_t>(start_of_modules);
-  return {start_of_modules, bytes / sizeof(Module *)};
+  return {start_of_modules, bytes / sizeof(void *)};
 }
 
 FullOid full_oid(int32_t enterprise, const Arcs &arcs) {

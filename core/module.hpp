@@ -83,7 +83,7 @@ class Registration {
   void remove_rows();
 
  private:
-  void unregister(size_t row) const;
+  void unregister(size_t index) const;
 
   variable *rows_ = nullptr;
   size_t row_size_ = 0;

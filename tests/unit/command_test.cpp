@@ -1,0 +1,204 @@
+// The runners and the line reader, with real processes.
+
+#include "core/command.hpp"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "core/clock.hpp"
+#include "core/enterprise.hpp"
+#include "tests/unit/scripted_shell.hpp"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A folder that a command leaves its traces in.
+class Runners : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (fs::temp_directory_path() / "zolarc-XXXXXX").string();
+    folder_ = mkdtemp(pattern.data());
+    std::ofstream(folder_ / "tell") << "#!/bin/sh\nfor a in \"$0\" \"$@\"; do echo \"[$a]\"; done > " +
+                                           (folder_ / "said.new").string() + "\nmv " + (folder_ / "said.new").string() +
+                                           " " + said().string() + "\n";
+    chmod((folder_ / "tell").c_str(), 0700);
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  [[nodiscard]] fs::path said() const { return folder_ / "said"; }
+  [[nodiscard]] std::string tell() const { return (folder_ / "tell").string(); }
+
+  /// What the program was called with; waits for it, since a detached one may take its time.
+  [[nodiscard]] std::string heard() const {
+    for (int i = 0; i < 500 && !fs::exists(said()); ++i) msleep(10);
+    std::ostringstream text;
+    text << std::ifstream(said()).rdbuf();
+    return text.str();
+  }
+
+  fs::path folder_;
+};
+
+TEST_F(Runners, SplitAtWhiteSpaceWithoutQuoting) {
+  const std::string words = "[" + tell() + "]\n[a]\n['b]\n[c']\n[$HOME;]\n";
+  const std::string command = tell() + "\ta  'b c'\n$HOME; ";
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(run_script("%s", command.c_str()), 0);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), command + "\n");
+  EXPECT_EQ(heard(), words);
+
+  fs::remove(said());
+  EXPECT_EQ(run_script_background("%s", command.c_str()), 0);
+  EXPECT_EQ(heard(), words);
+
+  fs::remove(said());
+  EXPECT_EQ(zol::run_words(command.c_str()), 0);
+  EXPECT_EQ(heard(), words);
+}
+
+TEST_F(Runners, SystemGoesThroughTheShell) {
+  EXPECT_EQ(run_system("%s 'b c' > /dev/null; exit 3", tell().c_str()), 0);
+  EXPECT_EQ(heard(), "[" + tell() + "]\n[b c]\n");
+}
+
+TEST_F(Runners, BackgroundLeavesNoChildAndTellsThePid) {
+  const int pid = run_script_background_return_pid("%s", tell().c_str());
+  EXPECT_GT(pid, 0);
+  EXPECT_NE(heard(), "");
+  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child was left to be waited for";
+}
+
+TEST_F(Runners, ACommandThatDoesNotFitIsNeitherRunNorCut) {
+  struct Runner {
+    const char *name;
+    int (*run)(const char *, ...);
+    bool counts_words;
+  };
+  const Runner runners[] = {{"run_script", run_script, true},
+                            {"run_system", run_system, false},
+                            {"run_script_background", run_script_background, true},
+                            {"run_script_background_return_pid", run_script_background_return_pid, true}};
+  const std::string longest = tell() + std::string(255 - tell().size(), ' ');
+  std::string many = tell();
+  for (int i = 0; i < 31; ++i) many += " a";
+  for (const Runner &runner : runners) {
+    SCOPED_TRACE(runner.name);
+    fs::remove(said());
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(runner.run("%s", (longest + " ").c_str()), -1);
+    if (runner.counts_words) {
+      EXPECT_EQ(runner.run("%s a", many.c_str()), -1);
+    }
+    const std::string complaints = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(complaints.begin(), complaints.end(), '\n'), runner.counts_words ? 2 : 1) << complaints;
+    EXPECT_FALSE(fs::exists(said()));
+
+    EXPECT_NE(runner.run("%s", longest.c_str()), -1);
+    EXPECT_NE(heard(), "");
+    fs::remove(said());
+    EXPECT_NE(runner.run("%s", many.c_str()), -1);
+    EXPECT_NE(heard(), "");
+  }
+}
+
+TEST_F(Runners, BlanksStartNothingAndAMissingProgramIsSilent) {
+  for (const char *command : {" \t\n", "", "/nonexistent/program a"}) {
+    EXPECT_EQ(run_script("%s", command), 0);
+    EXPECT_EQ(run_script_background("%s", command), 0);
+    EXPECT_NE(run_script_background_return_pid("%s", command), -1);
+  }
+}
+
+TEST(LineReader, CutsLinesAsTheyAreReadAndDropsTheLastCharacter) {
+  struct Case {
+    const char *what;
+    std::string output;
+    std::vector<std::string> lines;
+  };
+  const Case cases[] = {
+      {"nothing", "", {}},
+      {"a line", "a=b\n", {"a=b"}},
+      {"no newline at the end", "abc", {"ab"}},
+      {"an empty line", "\nx\n", {"", "x"}},
+      {"127 characters and a newline", std::string(127, 'a') + "\n", {std::string(126, 'a'), ""}},
+      {"128 characters", std::string(128, 'a') + "\n", {std::string(126, 'a'), "a"}},
+      {"a NUL at the start of a line", std::string("\0b\nc\n", 5), {"", "c"}},
+  };
+  for (const Case &expected : cases) {
+    SCOPED_TRACE(expected.what);
+    ScriptedShell shell;
+    shell.answers("print 7", expected.output);
+    zol::CommandOutput output("print %d", 7);
+    std::vector<std::string> lines;
+    while (output.next()) lines.emplace_back(output.line());
+    EXPECT_EQ(lines, expected.lines);
+  }
+}
+
+TEST(LineReader, AnswersNothingWhenTheCommandCannotBeStarted) {
+  ScriptedShell shell;
+  shell.cannot_start();
+  testing::internal::CaptureStderr();
+  for (int i = 0; i < 3; ++i) {
+    zol::CommandOutput output("anything");
+    EXPECT_FALSE(output);
+    EXPECT_FALSE(output.next());
+    EXPECT_STREQ(output.line(), "");
+  }
+  const std::string complaint = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(std::count(complaint.begin(), complaint.end(), '\n'), 1) << "one line, not a flood: " << complaint;
+}
+
+TEST(CommandLine, GrowsWithoutABound) {
+  ScriptedShell shell;
+  zol::CommandLine line;
+  std::string expected;
+  for (int i = 0; i < 500; ++i) {
+    line.append("uci add_list x=%d;", i);
+    expected += "uci add_list x=" + std::to_string(i) + ";";
+  }
+  line.run();
+  line.clear();
+  line.append("b");
+  line.run();
+  EXPECT_EQ(shell.commands(), (std::vector<std::string>{expected, "b"}));
+}
+
+TEST(Enterprise, IsReadFromTheFirstLineThatHoldsAValue) {
+  struct Case {
+    std::string output;
+    int lines;
+    int32_t number;
+  };
+  const Case cases[] = {{"snmpd.cfg10e48a.enterpriseid=4711\n", 1, 4711},
+                        {"snmpd.cfg10e48a.enterpriseid='4711'\n", 1, -7},
+                        {"", 0, -7},
+                        {"noise\nx=12\ny=13\n", 2, 12},
+                        {"noise\n", 1, -7}};
+  for (const Case &expected : cases) {
+    ScriptedShell shell;
+    shell.answers("uci show snmpd.cfg10e48a.enterpriseid", expected.output);
+    int32_t number = -7;
+    EXPECT_EQ(get_snmp_enterprise_oid(&number), expected.lines) << expected.output;
+    EXPECT_EQ(number, expected.number) << expected.output;
+  }
+  ScriptedShell shell;
+  shell.cannot_start();
+  int32_t number = -7;
+  EXPECT_EQ(get_snmp_enterprise_oid(&number), -1);
+  EXPECT_EQ(number, ZOL_FALLBACK_ENTERPRISE);
+}
+
+}  // namespace

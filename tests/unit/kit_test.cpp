@@ -1,0 +1,166 @@
+// Texts, numbers, addresses and times.
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include "core/address.hpp"
+#include "core/clock.hpp"
+#include "core/text.hpp"
+
+namespace {
+
+TEST(Fields, AreCountedWithoutTheEmptyOnes) {
+  struct Case {
+    const char *source;
+    unsigned short index;
+    char separator;
+    const char *field;
+  };
+  const Case cases[] = {
+      {"a;b;c", 0, ';', "a"},
+      {"a;b;c", 2, ';', "c"},
+      {"a;;b", 1, ';', "b"},
+      {";;a;", 0, ';', "a"},
+      {"a;b;", 2, ';', "old"},
+      {"", 0, ';', "old"},
+      {"key=value=more", 1, '=', "value"},
+      {"key=", 1, '=', "old"},
+      {"one two", 1, ' ', "two"},
+  };
+  for (const Case &expected : cases) {
+    char field[16] = "old";
+    EXPECT_EQ(zoel_getElementOf_(field, expected.source, expected.index, expected.separator), 0);
+    EXPECT_STREQ(field, expected.field) << expected.source;
+    char bounded[3] = "ol";
+    const bool found = zol::copy_field(bounded, expected.source, expected.index, expected.separator);
+    EXPECT_EQ(found, strcmp(expected.field, "old") != 0) << expected.source;
+    EXPECT_EQ(std::string(bounded), std::string(expected.field).substr(0, 2)) << expected.source;
+  }
+  EXPECT_EQ(zol_countElementOf_(" a  bc d ", ' '), 3);
+  EXPECT_EQ(zol_countElementOf_("", ' '), 0);
+}
+
+TEST(Numbers, WrapAtThirtyTwoBitsOnEveryMachine) {
+  struct Case {
+    const char *text;
+    int32_t number;
+  };
+  const Case cases[] = {{"12", 12},
+                        {"  -7x", -7},
+                        {"+3", 3},
+                        {"x", 0},
+                        {"", 0},
+                        {"0x10", 0},
+                        {"2147483648", INT32_MIN},
+                        {"3000000000", -1294967296},
+                        {"4294967296", 0}};
+  for (const Case &expected : cases) EXPECT_EQ(zol::to_int32(expected.text), expected.number) << expected.text;
+  const char *cursor = "12.5";
+  EXPECT_EQ(zol::scan_int32(cursor), 12);
+  EXPECT_STREQ(cursor, ".5");
+  EXPECT_EQ(zol::scan_int32(cursor), std::nullopt);
+}
+
+TEST(Tokens, CutALongTextAndSaySo) {
+  char text[33];
+  zol::preset_text(text, 32, std::string(31, 'a').c_str());
+  EXPECT_EQ(std::string(text), std::string(31, 'a'));
+  for (const size_t length : {size_t{32}, size_t{200}}) {
+    zol::preset_text(text, 32, std::string(length, 'a').c_str());
+    EXPECT_EQ(std::string(text), std::string(29, 'a') + "...");
+  }
+}
+
+TEST(Addresses, AreReadOctetByOctet) {
+  struct Case {
+    const char *text;
+    uint32_t scanned;
+    int octets;
+    uint32_t strict;
+  };
+  const Case cases[] = {{"192.168.1.2", 0xC0A80102, 4, 0xC0A80102},
+                        {"10.0.0.1/8", 0x0A000001, 4, 0x0A000001},
+                        {"10.1", 0x0A010000, 2, 0},
+                        {"", 0, 0, 0},
+                        {"x", 0, 0, 0}};
+  for (const Case &expected : cases) {
+    const zol::ScannedIpv4 scanned = zol::scan_ipv4(expected.text);
+    EXPECT_EQ(scanned.address, expected.scanned) << expected.text;
+    EXPECT_EQ(scanned.octets, expected.octets) << expected.text;
+    EXPECT_EQ(zol::parse_ipv4(expected.text), expected.strict) << expected.text;
+  }
+  EXPECT_STREQ(zol::DottedQuad(0xFFFEFD00).text(), "255.254.253.0");
+}
+
+TEST(Addresses, MacDigitsAreTakenByPosition) {
+  struct Case {
+    const char *text;
+    std::array<uint8_t, 6> octets;
+  };
+  const Case cases[] = {
+      {"00:0a:1b:2c:3D:4e", {0x00, 0x0A, 0x1B, 0x2C, 0x3D, 0x4E}},
+      {"00-0a-1b-2c-3d-4e and more", {0x00, 0x0A, 0x1B, 0x2C, 0x3D, 0x4E}},
+      // Short texts: the octets that are there, a NUL behind them, and the filling of '0' characters.
+      {"", {0, '0', '0', '0', '0', '0'}},
+      {"12:3", {0x12, 0x30, 0, '0', '0', '0'}},
+  };
+  for (const Case &expected : cases) {
+    const zol::MacOctets octets = zol::mac_octets(expected.text);
+    EXPECT_EQ(memcmp(octets.data(), expected.octets.data(), 6), 0) << expected.text;
+  }
+  zol::MacOctets octets{};
+  hex_text_to_octets(std::string(100, 'F').c_str(), octets.data());
+  EXPECT_EQ(octets[18], 0xFF);
+  EXPECT_EQ(octets[19], 0) << "ends inside its twenty bytes";
+  EXPECT_EQ(zol::scan_mac("00:1:aB:ff:0:9", ':'), (std::array<unsigned, 6>{0, 1, 0xAB, 0xFF, 0, 9}));
+  EXPECT_EQ(zol::scan_mac("00:01:02:03:04", ':'), std::nullopt);
+}
+
+TEST(Times, SpansAreComputedAsTheDeviceDoes) {
+  struct Case {
+    int32_t seconds;
+    const char *text;
+  };
+  const Case cases[] = {{0, "0 Days 00:00:00"},
+                        {90061, "1 Days 01:01:01"},
+                        {-1, "0 Days 00:00:-1"},
+                        {-90061, "4294967295 Days -1:-1:-1"},
+                        {INT32_MAX, "24855 Days 03:14:07"}};
+  for (const Case &expected : cases) {
+    char text[44];
+    EXPECT_EQ(getTimeString(expected.seconds, text, sizeof text), 0);
+    EXPECT_STREQ(text, expected.text);
+  }
+  char small[8];
+  getTimeString(90061, small, sizeof small);
+  EXPECT_STREQ(small, "1 Days ");
+}
+
+time_t fixed_time = 0;
+
+TEST(Times, AStampPadsTheDay) {
+  setenv("TZ", "UTC", 1);
+  tzset();
+  struct Case {
+    time_t time;
+    const char *stamp;
+  };
+  for (const Case &expected : {Case{1767600000, "2026/01/05 08:00:00"}, Case{1795993444, "2026/11/29 23:04:04"}}) {
+    fixed_time = expected.time;
+    char stamp[20] = "";
+    EXPECT_EQ(zoel_print_time(stamp), 0);
+    EXPECT_STREQ(stamp, expected.stamp);
+  }
+}
+
+}  // namespace
+
+// The clock of this program stands where the test sets it.
+extern "C" time_t time(time_t *out) noexcept {
+  if (out != nullptr) *out = fixed_time;
+  return fixed_time;
+}
