@@ -63,6 +63,18 @@ bool prepare(Words &words, const char *format, va_list arguments) {
   _exit(0);
 }
 
+/// Keeps the agent's own descriptors out of what is started next. A service that a command leaves running would
+/// otherwise hold the agent's socket, and the agent could not listen on its port after a restart. The agent does not
+/// mark its descriptors itself and opens new ones at any time, so it is done before every start; it costs far less than
+/// the start.
+void keep_descriptors() {
+  constexpr int most = 128;
+  for (int descriptor = STDERR_FILENO + 1; descriptor < most; ++descriptor) {
+    const int flags = fcntl(descriptor, F_GETFD);
+    if (flags != -1 && (flags & FD_CLOEXEC) == 0) fcntl(descriptor, F_SETFD, flags | FD_CLOEXEC);
+  }
+}
+
 void wait_for(pid_t child) {
   while (waitpid(child, nullptr, 0) == -1 && errno == EINTR) {
   }
@@ -96,6 +108,7 @@ int run_script(const char *format, ...) {
   words.text = shown;
   if (!split(words)) return -1;
   if (words.count == 0) return 0;
+  keep_descriptors();
   const pid_t child = fork();
   if (child == -1) return -1;
   if (child == 0) {
@@ -129,6 +142,7 @@ int run_script_background(const char *format, ...) {
   va_end(arguments);
   if (!fits) return -1;
   if (words.count == 0) return 0;
+  keep_descriptors();
   const pid_t child = vfork();
   if (child == -1) return -1;
   if (child == 0) {
@@ -151,6 +165,7 @@ int run_script_background_return_pid(const char *format, ...) {
   if (words.count == 0) return 0;
   int ends[2] = {-1, -1};
   if (pipe(ends) == -1) printf("pipe error\n");
+  keep_descriptors();
   const pid_t child = vfork();
   if (child == -1) {
     close(ends[0]);
@@ -164,9 +179,6 @@ int run_script_background_return_pid(const char *format, ...) {
       if (write(ends[1], &pid, sizeof pid) != sizeof pid) _exit(1);
       _exit(0);
     }
-    // The command must not hold the pipe open.
-    close(ends[0]);
-    close(ends[1]);
     execute(words);
   }
   wait_for(child);
@@ -185,6 +197,7 @@ void shell(const char *format, ...) {
   const HeapText text = format_text(format, arguments);
   va_end(arguments);
   if (text == nullptr) return;
+  keep_descriptors();
   // The outcome of a command is never told to the manager; only a shell that could not be started is worth a line.
   if (system(text.get()) == -1) log_line("cannot start a shell: %s", strerror(errno));
 }
@@ -195,6 +208,7 @@ int run_words(const char *command) {
   strncpy(words.text.data(), command, words.text.size() - 1);
   if (!split(words)) return -1;
   if (words.count == 0) return 0;
+  keep_descriptors();
   const pid_t child = vfork();
   if (child == -1) return -1;
   if (child == 0) execute(words);
@@ -236,6 +250,7 @@ void CommandLine::run() const {
 void LineReader::start(const char *format, va_list arguments) {
   const HeapText command = format_text(format, arguments);
   if (command == nullptr) return;
+  keep_descriptors();
   stream_ = popen(command.get(), "r");
   // A device short of memory fails every command of a walk: one line tells it, until a command starts again.
   static std::atomic<bool> failing = false;

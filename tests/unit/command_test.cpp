@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -111,6 +112,35 @@ TEST_F(Runners, ACommandThatDoesNotFitIsNeitherRunNorCut) {
     EXPECT_NE(runner.run("%s", many.c_str()), -1);
     EXPECT_NE(heard(), "");
   }
+}
+
+TEST_F(Runners, TheAgentsDescriptorsStayWithTheAgent) {
+  const int socket = open("/dev/null", O_RDONLY);
+  const std::string present = "test -e /proc/self/fd/" + std::to_string(socket) + " && " + tell() + " leaked";
+  std::ofstream(folder_ / "look") << "#!/bin/sh\n" << present << "\ntouch " << (folder_ / "looked").string() << "\n";
+  chmod((folder_ / "look").c_str(), 0700);
+  const std::string look = (folder_ / "look").string();
+  struct Start {
+    const char *name;
+    std::function<void()> start;
+  };
+  const Start starts[] = {
+      {"run_script", [&] { run_script("%s", look.c_str()); }},
+      {"run_system", [&] { run_system("%s", look.c_str()); }},
+      {"run_script_background", [&] { run_script_background("%s", look.c_str()); }},
+      {"run_script_background_return_pid", [&] { run_script_background_return_pid("%s", look.c_str()); }},
+      {"run_words", [&] { zol::run_words(look.c_str()); }},
+      {"CommandOutput", [&] { zol::CommandOutput("%s", look.c_str()).next(); }},
+  };
+  for (const Start &start : starts) {
+    SCOPED_TRACE(start.name);
+    fcntl(socket, F_SETFD, 0);
+    start.start();
+    for (int i = 0; i < 500 && !fs::exists(folder_ / "looked"); ++i) msleep(10);
+    EXPECT_TRUE(fs::remove(folder_ / "looked"));
+    EXPECT_FALSE(fs::exists(said()));
+  }
+  close(socket);
 }
 
 TEST_F(Runners, BlanksStartNothingAndAMissingProgramIsSilent) {
