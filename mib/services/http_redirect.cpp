@@ -13,8 +13,8 @@ namespace {
 constexpr char default_url[] = "http://127.0.0.1/redirect";
 constexpr size_t most_url_bytes = 120;
 
-constexpr zol::ObjectInfo url_info{
-    "http_redirect_url", {16, 2}, ASN_OCTET_STR, zol::read_write, zol::range(0, most_url_bytes - 1), 0};
+constexpr zol::ObjectInfo url_info{"http_redirect_url",           {16, 2}, ASN_OCTET_STR, zol::read_write,
+                                   zol::range(0, most_url_bytes), 0};
 
 netsnmp_watcher_info *watcher = nullptr;
 int32_t registered_enterprise = 0;
@@ -43,6 +43,8 @@ void init_http_redirect_url_string(void) {
   constexpr int flags = 120;
   watcher = netsnmp_create_watcher_info(http_redirect_url, strlen(http_redirect_url), ASN_OCTET_STR, flags);
   watcher->max_size = most_url_bytes;
+  // The present releases look at the maximum only when they are told to, and would write a longer text past the buffer.
+  watcher->flags |= WATCHER_MAX_SIZE;
   registered_enterprise = snmp_enterprise_oid;
   if (netsnmp_register_watched_instance(registration, watcher) != MIB_REGISTERED_OK) {
     zol::log_line("http_redirect_url: the agent refused the registration");
