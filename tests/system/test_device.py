@@ -1,0 +1,178 @@
+"""The device and maintenance objects: what each answers, what each runs, and what reaches the device."""
+
+from __future__ import annotations
+
+import re
+
+import pytest
+
+from testbed.device import Agent, Device, wait_until
+from testbed.snmp import SnmpError
+
+# object, value set, the command lines it runs; %N is a newline
+SETS = [
+    ("reset_ap", "1.2.0", "i", 0, []),
+    ("reset_ap", "1.2.0", "i", 1, ["mtd -r erase rootfs_data"]),
+    ("apply_change", "1.3.0", "i", 0, []),
+    ("wlan_status0", "1.4.1.0", "i", 1, ["uci set wireless.wifi0.disabled=0;uci commit wireless"]),
+    ("wlan_status0", "1.4.1.0", "i", 2, ["uci set wireless.wifi0.disabled=1;uci commit wireless"]),
+    ("wlan_status1", "1.4.2.0", "i", 2, ["uci set wireless.wifi1.disabled=1;uci commit wireless"]),
+    ("eth_status0", "1.5.1.0", "i", 2, ["ifconfig eth0.1 down"]),
+    ("eth_status0", "1.5.1.0", "i", 1, ["ifconfig eth0.1 up"]),
+    ("eth_status1", "1.5.2.0", "i", 2, ["ifconfig eth0.2 down"]),
+    ("web_mngt", "1.6.0", "i", 1, []),
+    ("ap_name", "2.1.0", "s", "hall two", [
+        'uci set system.@system[0].hostname="hall two";uci commit system',
+        'uci set snmpd.cfg10e48a.sysName="hall two";uci commit snmpd']),
+    ("admin_pwd", "2.7.0", "s", "s3cret $x", ["echo -e 's3cret $x\ns3cret $x' | passwd admin"]),
+    ("stats_longtitude", "2.11.0", "i", -1000, []),
+    ("stats_latitude", "2.12.0", "i", 1000, []),
+]
+
+REFUSED = [
+    ("1.2.0", "i", 2, "wrongValue"), ("1.2.0", "i", -1, "wrongValue"), ("1.2.0", "s", "1", "wrongType"),
+    ("1.4.1.0", "i", 0, "wrongValue"), ("1.5.2.0", "i", 3, "wrongValue"), ("1.6.0", "a", "0.0.0.1", "wrongType"),
+    ("2.1.0", "s", "", "wrongLength"), ("2.1.0", "s", "x" * 33, "wrongLength"), ("2.1.0", "i", 1, "wrongType"),
+    ("2.7.0", "s", "x" * 33, "wrongLength"), ("2.12.0", "i", 1001, "wrongValue"), ("2.11.0", "i", -1001, "wrongValue"),
+    ("2.2.0", "s", "x", "notWritable"), ("2.3.0", "s", "x", "notWritable"), ("2.6.0", "s", "x", "notWritable"),
+]
+
+# What an object runs in a GET; the rest of the objects run nothing.
+GETS = {
+    "1.4.1.0": 'uci show wireless | grep "wifi0.disabled="',
+    "1.4.2.0": 'uci show wireless | grep "wifi1.disabled="',
+    "1.5.1.0": "ifconfig | grep 'eth0.1'",
+    "1.5.2.0": "ifconfig | grep 'eth0.2'",
+    "2.1.0": "uci show system.@system[0].hostname",
+    "2.2.0": "uci show system.led_sig1.sysfs",
+    "2.3.0": "cat /etc/openwrt_release | grep DISTRIB_DESCRIPTION",
+    "2.10.0": 'top -b -n 1 | grep "Mem:"',
+}
+
+
+def test_each_object_runs_its_command_and_nothing_else(device: Device, agent: Agent) -> None:
+    for oid in ["1.2.0", "1.3.0", "1.6.0", "2.6.0", "2.7.0", "2.11.0", "2.12.0", *GETS]:
+        device.clear_journal()
+        agent.get(oid)
+        assert device.shell_lines() == ([GETS[oid]] if oid in GETS else []), oid
+    for name, oid, kind, value, commands in SETS:
+        device.clear_journal()
+        agent.set(oid, kind, value)
+        # The agent reads the object before it writes it.
+        read = [GETS[oid]] if oid in GETS else []
+        assert device.shell_lines() == read + commands, name
+    for oid, kind, value, error in REFUSED:
+        device.clear_journal()
+        with pytest.raises(SnmpError) as refusal:
+            agent.set(oid, kind, value)
+        assert refusal.value.name == error, oid
+        assert device.shell_lines() == ([GETS[oid]] if oid in GETS and error != "notWritable" else []), oid
+
+
+def test_values_are_the_devices(device: Device, agent: Agent) -> None:
+    assert agent.get("2.1.0").text == "ap-lobby"
+    assert agent.get("2.2.0").text == "QRB71"
+    assert agent.get("2.6.0").text == "admin"
+    assert re.fullmatch(r"[1-9]\d+ KB", agent.get("2.10.0").text)
+    description = re.search(r"DISTRIB_DESCRIPTION=['\"]?([^'\"\n]*)", device.read("/etc/openwrt_release"))
+    assert description and agent.get("2.3.0").text.strip("'") == description[1][:32]
+
+    agent.set("1.4.2.0", "i", 2)
+    assert agent.get("1.4.2.0").value == 2
+    assert device.uci("get wireless.wifi1.disabled").strip() == "1"
+    agent.set("1.5.2.0", "i", 2)
+    assert (agent.get("1.5.1.0").value, agent.get("1.5.2.0").value) == (1, 2)
+
+    agent.set("2.1.0", "s", "hall two")
+    assert agent.get("2.1.0").text == "hall two"
+    assert "hostname 'hall two'" in device.read("/etc/config/system")
+    assert "sysName 'hall two'" in device.read("/etc/config/snmpd")
+    agent.set("2.7.0", "s", "new one")
+    assert agent.get("2.7.0").text == "new one"
+    agent.set("2.12.0", "i", -7)
+    assert agent.get("2.12.0").value == -7
+
+
+def test_a_host_name_survives_without_its_option(device: Device, agent: Agent) -> None:
+    agent.set("2.1.0", "s", "kept")
+    device.uci("delete system.@system[0].hostname")
+    assert agent.get("2.1.0").text == "kept"
+
+
+def test_applying_changes_ends_the_agent_after_its_answer(device: Device, agent: Agent) -> None:
+    assert agent.set("1.3.0", "i", 1).value == 1
+    assert agent.wait() == 0
+    assert re.fullmatch(r"\[\d{4}/\d\d/\d\d \d\d:\d\d:\d\d\] snmpd applying change\.\.\.\n", device.read("/var/snmp_log"))
+
+
+def test_settings_on_the_agents_own_handlers(device: Device, agent: Agent) -> None:
+    starts = {"3.1.8.0": 1, "3.1.11.0": 1, "3.1.12.0": 1, "3.1.17.0": 0, "3.1.18.0": 0, "16.1.0": 1}
+    for oid, start in starts.items():
+        assert agent.get(oid).value == start
+        # Where a long has eight bytes this handler of the agent refuses every value; on the device it stores it.
+        with pytest.raises(SnmpError, match="wrongLength"):
+            agent.set(oid, "i", 5)
+    assert agent.get("16.2.0").text == "http://127.0.0.1/redirect"
+    for url in ("", "http://192.168.1.1/login", "x" * 120):
+        agent.set("16.2.0", "s", url)
+        assert agent.get("16.2.0").text == url
+    for length in (121, 1200):
+        with pytest.raises(SnmpError, match="wrongLength"):
+            agent.set("16.2.0", "s", "y" * length)
+    assert agent.get("16.2.0").text == "x" * 120
+    assert device.shell_lines() == []
+
+
+def test_a_token_presets_and_a_get_replaces_it(device: Device) -> None:
+    agent = device.start_agent(conf="stats_latitude 12\nap_name " + "n" * 40 + "\nwlan_status0 2")
+    assert agent.get("2.12.0").value == 12
+    assert agent.get("1.4.1.0").value == 1
+    assert agent.get("2.1.0").text == "ap-lobby"
+
+
+def test_the_bundle_and_the_single_modules_give_the_same_tree(device: Device) -> None:
+    def tree(agent: Agent) -> list[tuple[str, str]]:
+        return [(value.oid, value.type) for value in agent.walk() if not value.oid.startswith(("5.", "13.4."))]
+
+    bundle = device.start_agent()
+    expected = tree(bundle)
+    assert len(expected) > 100
+    bundle.stop()
+    modules = device.modules()
+    single = device.start_agent(modules)
+    assert tree(single) == expected
+    single.stop()
+    # Any order will do behind the first module.
+    backwards = device.start_agent([modules[0], *reversed(modules[1:])])
+    assert tree(backwards) == expected
+
+
+@pytest.mark.parametrize("bundle", [True, False])
+def test_reloading_and_asking_much_leave_the_agent_as_it_was(device: Device, bundle: bool) -> None:
+    agent = device.start_agent(None if bundle else device.modules())
+    wait_until(lambda: agent.zombies() == 0, "no zombie")
+    before = [(value.oid, value.type) for value in agent.walk("1")]
+    for _ in range(5):
+        agent.hup()
+    assert [(value.oid, value.type) for value in agent.walk("1")] == before
+    descriptors, memory = agent.open_fds(), agent.rss_kib()
+    for _ in range(5):
+        agent.hup()
+    assert "zolarc" not in "".join(line for line in agent.log().splitlines() if "duplicate" in line)
+    # The reload itself costs the agent some memory; it must not be ours to speak of.
+    assert agent.rss_kib() - memory < 2048
+    memory = agent.rss_kib()
+    for _ in range(500):
+        agent.get_many(["2.12.0", "1.2.0", "2.6.0", "2.11.0", "3.1.8.0"] * 4)
+    assert agent.rss_kib() - memory < 512
+    wait_until(lambda: agent.open_fds() <= descriptors + 2, "no descriptor left open")
+    wait_until(lambda: agent.zombies() == 0, "no zombie left")
+
+
+def test_a_command_inherits_nothing_of_the_agent(device: Device, agent: Agent) -> None:
+    # A service that a command leaves running would otherwise hold the agent's port over a restart.
+    device.write("/usr/sbin/top", "#!/bin/busybox sh\n/bin/busybox ls /proc/self/fd > /tmp/descriptors\n")
+    device.host_path("/usr/sbin/top").chmod(0o755)
+    agent.get("2.10.0")
+    # Beside the three standard ones there is the one that ls reads the folder through.
+    assert device.read("/tmp/descriptors").split() == ["0", "1", "2", "3"]
