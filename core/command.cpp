@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
@@ -26,7 +27,8 @@ struct Words {
 
 bool is_blank(char character) { return strchr(" \t\n\v\f\r", character) != nullptr && character != '\0'; }
 
-bool format_command(std::array<char, command_size> &text, const char *format, va_list arguments) {
+[[gnu::format(printf, 2, 0)]] bool format_command(std::array<char, command_size> &text, const char *format,
+                                                  va_list arguments) {
   const int length = vsnprintf(text.data(), text.size(), format, arguments);
   if (length >= 0 && static_cast<size_t>(length) < text.size()) return true;
   zol::log_line("a command of %d characters is too long and was not run: %.60s...", length, text.data());
@@ -53,7 +55,7 @@ bool split(Words &words) {
 }
 
 /// Formats and splits; false when the command does not fit.
-bool prepare(Words &words, const char *format, va_list arguments) {
+[[gnu::format(printf, 2, 0)]] bool prepare(Words &words, const char *format, va_list arguments) {
   return format_command(words.text, format, arguments) && split(words);
 }
 
@@ -86,7 +88,7 @@ struct FreeText {
 };
 using HeapText = std::unique_ptr<char, FreeText>;
 
-HeapText format_text(const char *format, va_list arguments) {
+[[gnu::format(printf, 1, 0)]] HeapText format_text(const char *format, va_list arguments) {
   char *text = nullptr;
   if (vasprintf(&text, format, arguments) == -1) {
     zol::log_line("out of memory: a command was not run");
@@ -130,6 +132,13 @@ int run_system(const char *format, ...) {
   return 0;
 }
 
+// The sanitizers' own vfork keeps one return address for both children below and would send the agent the wrong way.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ZOL_SECOND_VFORK fork
+#else
+#define ZOL_SECOND_VFORK vfork
+#endif
+
 // A detached start takes two children: the first ends at once and is waited for, so that the second, which becomes the
 // command, is nobody's child here and leaves no zombie. With vfork they run in the agent's memory until they exec, so
 // they store nothing but the second child's pid.
@@ -146,7 +155,7 @@ int run_script_background(const char *format, ...) {
   const pid_t child = vfork();
   if (child == -1) return -1;
   if (child == 0) {
-    if (vfork() != 0) _exit(0);
+    if (ZOL_SECOND_VFORK() != 0) _exit(0);
     execute(words);
   }
   wait_for(child);
@@ -173,7 +182,7 @@ int run_script_background_return_pid(const char *format, ...) {
     return -1;
   }
   if (child == 0) {
-    const int32_t pid = vfork();
+    const int32_t pid = ZOL_SECOND_VFORK();
     if (pid != 0) {
       close(ends[0]);
       if (write(ends[1], &pid, sizeof pid) != sizeof pid) _exit(1);
@@ -248,6 +257,7 @@ void CommandLine::run() const {
 }
 
 void LineReader::start(const char *format, va_list arguments) {
+  line_[0] = '\0';
   const HeapText command = format_text(format, arguments);
   if (command == nullptr) return;
   keep_descriptors();
@@ -267,14 +277,25 @@ void LineReader::close() {
   if (stream_ != nullptr) pclose(stream_);
 }
 
-bool LineReader::next() {
+bool LineReader::read() {
   if (stream_ == nullptr || fgets(line_, static_cast<int>(size_), stream_) == nullptr) {
     line_[0] = '\0';
     length_as_read_ = 0;
     return false;
   }
   length_as_read_ = strlen(line_);
+  return true;
+}
+
+bool LineReader::next() {
+  if (!read()) return false;
   if (length_as_read_ > 0) line_[length_as_read_ - 1] = '\0';
+  return true;
+}
+
+bool LineReader::next_without_newline() {
+  if (!read()) return false;
+  line_[strcspn(line_, "\n")] = '\0';
   return true;
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
@@ -75,6 +74,9 @@ class LineReader {
   /// Reads the next line and drops its last character; false at the end of the output.
   bool next();
 
+  /// Reads the next line and drops its newline only: a line that was too long for the buffer keeps its last character.
+  bool next_without_newline();
+
   /// The next line that was at least `shortest` characters long as read, its newline included; false at the end of the
   /// output or at a shorter line, which ends the reading.
   bool next_of_at_least(size_t shortest);
@@ -91,9 +93,10 @@ class LineReader {
  protected:
   LineReader(char *line, size_t size) : line_(line), size_(size) {}
   ~LineReader() { close(); }
-  void start(const char *format, va_list arguments);
+  [[gnu::format(printf, 2, 0)]] void start(const char *format, va_list arguments);
 
  private:
+  bool read();
   void close();
 
   FILE *stream_ = nullptr;
@@ -108,7 +111,7 @@ class LineReader {
 template <size_t Size = 128>
 class CommandOutput : public LineReader {
  public:
-  [[gnu::format(printf, 2, 3)]] explicit CommandOutput(const char *format, ...) : LineReader(buffer_.data(), Size) {
+  [[gnu::format(printf, 2, 3)]] explicit CommandOutput(const char *format, ...) : LineReader(buffer_, Size) {
     va_list arguments;
     va_start(arguments, format);
     start(format, arguments);
@@ -116,7 +119,7 @@ class CommandOutput : public LineReader {
   }
 
  private:
-  std::array<char, Size> buffer_{};
+  char buffer_[Size];
 };
 
 }  // namespace zol

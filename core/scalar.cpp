@@ -30,8 +30,9 @@ bool Scalar::matched(variable *row, oid *name, size_t *length, int exact, size_t
 unsigned char *IntegerScalar::find(variable *row, oid *name, size_t *length, int exact, size_t *value_length,
                                    WriteMethod **write_method) {
   if (!matched(row, name, length, exact, value_length, write_method)) return nullptr;
-  get_(value_);
   answer_ = *value_;
+  get_(staged_ ? &answer_ : value_);
+  if (!staged_) answer_ = *value_;
   return reinterpret_cast<unsigned char *>(&answer_);
 }
 
@@ -40,7 +41,8 @@ int IntegerScalar::write(int action, const unsigned char *value, unsigned char t
     case phase::reserve1:
       if (const int refusal = check_integer(type, length)) return refusal;
       pending_ = integer_at(value, length);
-      return info_.accepts(pending_) ? SNMP_ERR_NOERROR : SNMP_ERR_WRONGVALUE;
+      if (!info_.accepts(pending_)) return SNMP_ERR_WRONGVALUE;
+      return settable_ == nullptr || settable_() ? SNMP_ERR_NOERROR : SNMP_ERR_WRONGVALUE;
     case phase::action:
       before_ = *value_;
       *value_ = pending_;
@@ -86,9 +88,9 @@ int AddressScalar::write(int action, const unsigned char *value, unsigned char t
 unsigned char *TextScalar::find(variable *row, oid *name, size_t *length, int exact, size_t *value_length,
                                 WriteMethod **write_method) {
   if (!matched(row, name, length, exact, value_length, write_method)) return nullptr;
-  get_(value_.data());
-  *value_length = fixed_length_ != 0 ? fixed_length_ : strlen(value_.data());
-  return reinterpret_cast<unsigned char *>(value_.data());
+  get_(answer_.data());
+  *value_length = fixed_length_ != 0 ? fixed_length_ : strlen(answer_.data());
+  return reinterpret_cast<unsigned char *>(answer_.data());
 }
 
 int TextScalar::check(const unsigned char *value, size_t length) const {

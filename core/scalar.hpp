@@ -33,6 +33,10 @@ struct IntegerSpec {
   uint8_t row_arcs = 1;
   /// Runs before the module registers; when it answers false, the module does not register.
   bool (*prepare)() = nullptr;
+  /// Whether what is SET is kept for a later action: a GET then answers what get_X says and leaves the value alone.
+  bool staged = false;
+  /// Whether there is something that a SET could act on; without it RESERVE1 answers wrongValue.
+  bool (*settable)() = nullptr;
 };
 
 /// What is particular to an IpAddress object.
@@ -58,6 +62,9 @@ struct TextSpec {
   int (*check)(const unsigned char *bytes, size_t length) = nullptr;
   /// Whether UNDO brings the previous text back.
   bool restores = true;
+  /// For a text whose SET is kept for a later action: where get_X puts what a GET answers, as large as the value, which
+  /// a GET then leaves alone. Empty for every other text.
+  std::span<char> answer = {};
 };
 
 /// The C functions of an object, as its declaration mints them.
@@ -104,7 +111,12 @@ class IntegerScalar : public Scalar {
  public:
   constexpr IntegerScalar(const ObjectInfo &info, const IntegerSpec &spec, const ScalarFunctions &functions,
                           int32_t *value, int (*get)(int32_t *), int (*set)(int32_t))
-      : Scalar(info, functions, spec.row_arcs, spec.prepare), value_(value), get_(get), set_(set) {}
+      : Scalar(info, functions, spec.row_arcs, spec.prepare),
+        value_(value),
+        get_(get),
+        set_(set),
+        settable_(spec.settable),
+        staged_(spec.staged) {}
 
   unsigned char *find(variable *row, oid *name, size_t *length, int exact, size_t *value_length,
                       WriteMethod **write_method);
@@ -115,6 +127,8 @@ class IntegerScalar : public Scalar {
   int32_t *value_;
   int (*get_)(int32_t *);
   int (*set_)(int32_t);
+  bool (*settable_)();
+  bool staged_;
   int32_t pending_ = 0;
   int32_t before_ = 0;
   /// What the agent is pointed at, so that it never points into the global.
@@ -150,6 +164,7 @@ class TextScalar : public Scalar {
       : Scalar(info, functions, spec.row_arcs, spec.prepare),
         value_(value),
         before_(before),
+        answer_(spec.answer.empty() ? value : spec.answer),
         get_(get),
         set_(set),
         check_(spec.check),
@@ -167,6 +182,8 @@ class TextScalar : public Scalar {
   std::span<char> value_;
   /// As large as `value_`; empty for an object that is never set.
   std::span<char> before_;
+  /// What the agent is pointed at.
+  std::span<char> answer_;
   int (*get_)(char *);
   int (*set_)(const char *);
   int (*check_)(const unsigned char *, size_t);

@@ -160,7 +160,7 @@ TEST(Times, AStampPadsTheDay) {
 }  // namespace
 
 // The clock of this program stands where the test sets it.
-extern "C" time_t time(time_t *out) noexcept {
-  if (out != nullptr) *out = fixed_time;
+extern "C" time_t time(time_t *timer) noexcept {
+  if (timer != nullptr) *timer = fixed_time;
   return fixed_time;
 }
