@@ -133,7 +133,7 @@ int run_system(const char *format, ...) {
 }
 
 // The sanitizers' own vfork keeps one return address for both children below and would send the agent the wrong way.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef ZOL_SANITIZED
 #define ZOL_SECOND_VFORK fork
 #else
 #define ZOL_SECOND_VFORK vfork
