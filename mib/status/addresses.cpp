@@ -1,0 +1,95 @@
+// The addresses of the LAN and the WAN, and the ports' Ethernet addresses.
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+
+#include "core/address.hpp"
+#include "core/command.hpp"
+#include "core/text.hpp"
+#include "mib/status/status.hpp"
+
+using namespace zol;
+
+namespace {
+
+/// A line shorter than this, as read, holds no address.
+constexpr size_t shortest_line = 11;
+
+/// How an address stands in the line of its option.
+using Parse = Ipv4(const char *line);
+
+/// The first address of a line "<option>=<address> ...": it begins at the first digit from 1 to 9, so that a leading
+/// zero octet is passed over. Something must stand before it.
+Ipv4 first_address(const char *line) {
+  const size_t start = strcspn(line, "123456789");
+  return start == 0 ? 0 : scan_ipv4(line + start).address;
+}
+
+Ipv4 gateway(const char *line) {
+  // A line about something else is told from no line at all; it is meant so.
+  return strstr(line, "gateway=") == nullptr ? 0x01010101 : first_address(line);
+}
+
+/// The second address of a blank-separated list.
+Ipv4 second_address(const char *line) {
+  std::array<char, 128> list{};
+  std::array<char, 128> second{};
+  copy_field(list, line, 1, '=');
+  copy_field(second, list.data(), 1, ' ');
+  return scan_ipv4(second.data()).address;
+}
+
+Ipv4 plain_address(const char *line) {
+  const char *value = text_after(line, "=");
+  return value == nullptr ? 0 : scan_ipv4(value).address;
+}
+
+int read_address(LineReader &&output, Parse *parse, Ipv4 *address) {
+  if (!output) return -1;
+  if (output.next_of_at_least(shortest_line)) *address = parse(output.line());
+  return 0;
+}
+
+/// The network whose options a section name such as "br-lan" stands for, or null.
+const char *network_of(const char *section) {
+  if (strstr(section, "lan") != nullptr) return "lan";
+  return strstr(section, "wan") != nullptr ? "wan" : nullptr;
+}
+
+/// The options that a network may lack, or that hold a list: they are looked for among all of UCI's network options.
+struct SearchedOption {
+  const char *key;
+  const char *option;
+  Parse *parse;
+};
+constexpr SearchedOption searched_options[] = {
+    {"gateway", "gateway", gateway},
+    {"dns1", "dns", first_address},
+    {"dns2", "dns", second_address},
+};
+
+}  // namespace
+
+int get_lan_ip_address(const char *section, const char *key, uint32_t *out) {
+  *out = 0;
+  for (const auto &[searched, option, parse] : searched_options) {
+    if (strcmp(key, searched) != 0) continue;
+    const char *network = network_of(section);
+    if (network == nullptr) return 0;
+    return read_address(CommandOutput("uci show network | grep %s.%s=", network, option), parse, out);
+  }
+  return read_address(CommandOutput("uci show network.%s.%s", section, key), plain_address, out);
+}
+
+int get_mac_address(const char *interface, char **text) {
+  // "HWaddr 00:03:7f:11:22:33"
+  constexpr size_t label = 7;
+  constexpr size_t length = 17;
+  CommandOutput output("ifconfig | grep \"%s\"", interface);
+  if (!output) return -1;
+  const char *found = output.find("HWaddr");
+  if (found == nullptr || strlen(found) < label + length) return -2;
+  *text = strndup(found + label, length);
+  return *text == nullptr ? -2 : 0;
+}

@@ -1,0 +1,316 @@
+// The module `zolwrt`: its objects, its values and their tokens.
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <span>
+
+#include "core/address.hpp"
+#include "core/clock.hpp"
+#include "core/module.hpp"
+#include "core/static_table.hpp"
+#include "core/text.hpp"
+#include "mib/status/status.hpp"
+
+using namespace zol;
+
+char cpu_percent_used[8];
+char cpu_percent_free[8];
+char ld_version[20];
+char uptimes[20];
+char current_time[64];
+char conn_rssi[32];
+char conn_sta_chann[32];
+uint32_t zol_rx_bytes = 0;
+uint32_t zol_tx_bytes = 0;
+float eth1_rx_rate = 0;
+float eth1_tx_rate = 0;
+float eth2_rx_rate = 0;
+float eth2_tx_rate = 0;
+
+namespace {
+
+/// A text of the module and what it says before it was read.
+struct Text {
+  std::span<char> value;
+  const char *start;
+};
+// The two per cent signs of the load are meant so.
+constexpr Text texts[] = {
+    {cpu_percent_used, "0.0%%"},     {cpu_percent_free, "0.0%%"},           {ld_version, "3.3.8"},
+    {uptimes, "n Days hh:mm:ss"},    {current_time, "YYYY/MM/DD hh:mm:ss"}, {conn_rssi, "RSSI"},
+    {conn_sta_chann, "STA_CHANNEL"},
+};
+
+/// Stores a token's value. Unlike elsewhere a text that just fits is kept whole; only a longer one is cut to end in
+/// "...".
+void preset(std::span<char> text, const char *value) {
+  if (strlen(value) < text.size()) {
+    copy_text(text, value);
+  } else {
+    preset_text(text.data(), text.size() - 1, value);
+  }
+}
+
+}  // namespace
+
+#define STATUS_TOKEN_TEXT(NAME)                                                       \
+  extern "C" {                                                                        \
+  ZOL_EXPORT void zolwrt_parse_config_##NAME(const char *token, char *value);         \
+  ZOL_EXPORT void zolwrt_free_config_##NAME(void);                                    \
+  }                                                                                   \
+  void zolwrt_parse_config_##NAME(const char *, char *value) { preset(NAME, value); } \
+  void zolwrt_free_config_##NAME(void) {}
+
+ZOL_TOKEN_INTEGER(zolwrt, reboot_device, int32_t)
+ZOL_TOKEN_INTEGER(zolwrt, snmp_status, int32_t)
+ZOL_TOKEN_INTEGER(zolwrt, snmp_trap, int32_t)
+ZOL_TOKEN_INTEGER(zolwrt, assoc_counter, int32_t)
+STATUS_TOKEN_TEXT(cpu_percent_used)
+STATUS_TOKEN_TEXT(cpu_percent_free)
+STATUS_TOKEN_TEXT(ld_version)
+STATUS_TOKEN_TEXT(conn_rssi)
+STATUS_TOKEN_TEXT(conn_sta_chann)
+STATUS_TOKEN_TEXT(uptimes)
+STATUS_TOKEN_TEXT(current_time)
+ZOL_TOKEN_INTEGER(zolwrt, beacon_interval, int32_t)
+ZOL_TOKEN_INTEGER(zolwrt, rts_threshold, int32_t)
+ZOL_TOKEN_INTEGER(zolwrt, frag_threshold, int32_t)
+ZOL_TOKEN_INTEGER(zolwrt, if_signal, int32_t)
+ZOL_TOKEN_INTEGER(zolwrt, if_noise, int32_t)
+ZOL_TOKEN_INTEGER(zolwrt, if_quality, int32_t)
+ZOL_TOKEN_INTEGER(zolwrt, if_txccq, int32_t)
+ZOL_TOKEN_INTEGER(zolwrt, conn_tx_rate, int32_t)
+ZOL_TOKEN_INTEGER(zolwrt, conn_rx_rate, int32_t)
+
+namespace {
+
+constexpr Token tokens[] = {
+    ZOL_TOKEN(zolwrt, reboot_device), ZOL_TOKEN(zolwrt, snmp_status),      ZOL_TOKEN(zolwrt, snmp_trap),
+    ZOL_TOKEN(zolwrt, assoc_counter), ZOL_TOKEN(zolwrt, cpu_percent_used), ZOL_TOKEN(zolwrt, cpu_percent_free),
+    ZOL_TOKEN(zolwrt, ld_version),    ZOL_TOKEN(zolwrt, conn_rssi),        ZOL_TOKEN(zolwrt, conn_sta_chann),
+    ZOL_TOKEN(zolwrt, uptimes),       ZOL_TOKEN(zolwrt, current_time),     ZOL_TOKEN(zolwrt, beacon_interval),
+    ZOL_TOKEN(zolwrt, rts_threshold), ZOL_TOKEN(zolwrt, frag_threshold),   ZOL_TOKEN(zolwrt, if_signal),
+    ZOL_TOKEN(zolwrt, if_noise),      ZOL_TOKEN(zolwrt, if_quality),       ZOL_TOKEN(zolwrt, if_txccq),
+    ZOL_TOKEN(zolwrt, conn_tx_rate),  ZOL_TOKEN(zolwrt, conn_rx_rate),
+};
+
+// The readers. Each asks the device at every GET.
+
+enum class Share : uint8_t { used, free };
+
+Octets read_load(Share share, std::span<char> text) {
+  float busy = 0;
+  float idle = 0;
+  if (zol_get_cpu_info(&busy, &idle) == 0) {
+    // The format holds no per cent sign, on purpose: it is put in afterwards.
+    snprintf(text.data(), text.size(), "%.1f?", static_cast<double>(share == Share::used ? busy : idle));
+    zol_replace_a_char(text.data(), '?', '%');
+  }
+  return text_answer(text.data());
+}
+
+Octets read_release() {
+  zol_get_ld_version(ld_version);
+  return text_answer(ld_version);
+}
+
+Octets read_uptime() {
+  getTimeString(static_cast<int32_t>(getSysUptime()), uptimes, sizeof uptimes);
+  return text_answer(uptimes);
+}
+
+Octets read_clock() {
+  zoel_print_time(current_time);
+  return text_answer(current_time);
+}
+
+Ipv4 read_address(const char *section, const char *key) {
+  constexpr Ipv4 when_unknown = 0x7f000001;
+  Ipv4 address = 0;
+  return get_lan_ip_address(section, key, &address) == 0 ? address : when_unknown;
+}
+
+Octets read_link_time(const char *interface) {
+  const char *link_time = get_port_link_time(interface);
+  // Without the kernel's messages no link is known of.
+  return text_answer(link_time != nullptr ? link_time : "0 Days 00:00:00");
+}
+
+Octets read_mac(const char *interface) {
+  static MacOctets octets;
+  char *text = nullptr;
+  if (get_mac_address(interface, &text) == 0) {
+    octets = mac_octets(text);
+    free(text);
+  } else {
+    octets.fill(0);
+  }
+  return {octets.data(), mac_length};
+}
+
+/// What `zol_get_statistics_transmit_bytes` is asked for.
+enum class Counter : uint8_t { bytes = 0, errors = 1 };
+using enum Counter;
+
+int32_t received(const char *interface, Counter what) {
+  zol_get_statistics_transmit_bytes(interface, "RX bytes:", static_cast<int32_t>(what), &zol_rx_bytes);
+  return static_cast<int32_t>(zol_rx_bytes);
+}
+
+int32_t transmitted(const char *interface, Counter what) {
+  zol_get_statistics_transmit_bytes(interface, "TX bytes:", static_cast<int32_t>(what), &zol_tx_bytes);
+  return static_cast<int32_t>(zol_tx_bytes);
+}
+
+/// Truncated towards zero. A rate stays far below 2^31: it is a 32-bit number of bits per 1024 and second.
+int32_t whole(float rate) { return static_cast<int32_t>(rate); }
+
+/// One object: what is published about it, the magic of its row, its reader (whose type goes with the object's) and the
+/// write method handed out for it.
+struct Object {
+  ObjectInfo info;
+  uint8_t magic;
+  union Reader {
+    int32_t (*integer)();
+    Ipv4 (*address)();
+    Octets (*octets)();
+  } read;
+  WriteMethod *write;
+};
+
+constexpr Object integer(const Arcs &oid, uint8_t magic, const char *name, int32_t (*read)()) {
+  return {{name, oid, ASN_INTEGER, read_only, {}, 0}, magic, {.integer = read}, nullptr};
+}
+constexpr Object setting(const Arcs &oid, uint8_t magic, const char *name, int32_t (*read)(), WriteMethod *write,
+                         const Accepts &accepts) {
+  return {{name, oid, ASN_INTEGER, read_write, accepts, 0}, magic, {.integer = read}, write};
+}
+constexpr Object address(const Arcs &oid, uint8_t magic, const char *name, Ipv4 (*read)(), WriteMethod *write) {
+  return {{name, oid, ASN_IPADDRESS, read_only, {}, 0}, magic, {.address = read}, write};
+}
+constexpr Object text(const Arcs &oid, uint8_t magic, const char *name, Octets (*read)(),
+                      WriteMethod *write = nullptr) {
+  return {{name, oid, ASN_OCTET_STR, read_only, {}, 0}, magic, {.octets = read}, write};
+}
+
+// The addresses and the clock are registered read-only and hand out their setters all the same: whether a SET reaches
+// those is the agent's rule.
+constexpr Object objects[] = {
+    setting(
+        {1, 1}, 21, "reboot_device", [] { return reboot_device; }, handed_out<write_reboot_device>(),
+        reboot_device_accepts),
+    text({2, 4}, 31, "ld_version", read_release),
+    text({2, 5}, 32, "uptimes", read_uptime),
+    text({2, 8}, 1, "cpu_percent_used", [] { return read_load(Share::used, cpu_percent_used); }),
+    text({2, 9}, 2, "cpu_percent_free", [] { return read_load(Share::free, cpu_percent_free); }),
+    address(
+        {8, 1, 2}, 4, "lan_ip", [] { return read_address("lan", "ipaddr"); }, write_lan_ip),
+    address(
+        {8, 1, 3}, 9, "lan_netmask", [] { return read_address("lan", "netmask"); }, write_netmask_ip),
+    address(
+        {8, 1, 4}, 11, "lan_gateway", [] { return read_address("br-lan", "gateway"); }, write_gateway_ip),
+    address(
+        {8, 2, 2}, 51, "wan_ip", [] { return read_address("wan", "ipaddr"); }, write_wan_ip),
+    address(
+        {8, 2, 3}, 52, "wan_netmask", [] { return read_address("wan", "netmask"); }, write_netmask2_ip),
+    address(
+        {8, 2, 4}, 53, "wan_gateway", [] { return read_address("wan", "gateway"); }, write_gateway2_ip),
+    integer({9, 1, 1}, 60, "eth1_connected", [] { return get_conn_status(0); }),
+    text({9, 1, 2}, 58, "eth1_link_time", [] { return read_link_time("eth0.1"); }),
+    integer({9, 1, 4}, 55, "eth1_rx_bytes", [] { return received("eth0.1", bytes); }),
+    integer({9, 1, 5}, 54, "eth1_tx_bytes", [] { return transmitted("eth0.1", bytes); }),
+    integer({9, 1, 6}, 62, "eth1_rx_errors", [] { return received("eth0.1", errors); }),
+    integer({9, 1, 7}, 63, "eth1_tx_errors", [] { return transmitted("eth0.1", errors); }),
+    integer({9, 1, 8}, 66, "eth1_rx_rate", [] { return whole(eth1_rx_rate); }),
+    integer({9, 1, 9}, 67, "eth1_tx_rate", [] { return whole(eth1_tx_rate); }),
+    integer({9, 2, 1}, 61, "eth2_connected", [] { return get_conn_status(1); }),
+    text({9, 2, 2}, 59, "eth2_link_time", [] { return read_link_time("eth0.2"); }),
+    text({9, 2, 3}, 10, "eth2_mac", [] { return read_mac("eth0.2"); }),
+    integer({9, 2, 4}, 57, "eth2_rx_bytes", [] { return received("eth0.2", bytes); }),
+    integer({9, 2, 5}, 56, "eth2_tx_bytes", [] { return transmitted("eth0.2", bytes); }),
+    integer({9, 2, 6}, 64, "eth2_rx_errors", [] { return received("eth0.2", errors); }),
+    integer({9, 2, 7}, 65, "eth2_tx_errors", [] { return transmitted("eth0.2", errors); }),
+    integer({9, 2, 8}, 68, "eth2_rx_rate", [] { return whole(eth2_rx_rate); }),
+    integer({9, 2, 9}, 69, "eth2_tx_rate", [] { return whole(eth2_tx_rate); }),
+    text({14, 1}, 40, "current_time", read_clock, write_current_time),
+};
+constexpr size_t object_count = std::size(objects);
+
+constexpr auto published = [] {
+  std::array<ObjectInfo, object_count> infos{};
+  for (size_t i = 0; i < object_count; ++i) infos[i] = objects[i].info;
+  return infos;
+}();
+
+constexpr variable7 make_row(const Object &object) {
+  variable7 row{};
+  row.magic = object.magic;
+  row.type = object.info.type;
+  row.acl = object.info.access == read_write ? RWRITE : RONLY;
+  row.findVar = var_zolwrt;
+  for (size_t i = 0; i < object.info.oid.count; ++i) row.name[row.namelen++] = object.info.oid.arc[i];
+  return row;
+}
+
+constexpr auto make_rows() {
+  std::array<variable7, object_count> rows{};
+  for (size_t i = 0; i < object_count; ++i) rows[i] = make_row(objects[i]);
+  return rows;
+}
+
+/// The answer as the agent gets it, in storage of the module's own: the agent never points into the values.
+unsigned char *answer(const Object &object, size_t *length) {
+  static uint32_t number;
+  static std::array<char, sizeof current_time> characters;
+  switch (object.info.type) {
+    case ASN_OCTET_STR: {
+      const Octets octets = object.read.octets();
+      *length = std::min(octets.length, characters.size());
+      memcpy(characters.data(), octets.data, *length);
+      return reinterpret_cast<unsigned char *>(characters.data());
+    }
+    case ASN_IPADDRESS:
+      number = htonl(object.read.address());
+      break;
+    default:
+      number = static_cast<uint32_t>(object.read.integer());
+      break;
+  }
+  return reinterpret_cast<unsigned char *>(&number);
+}
+
+constinit Registration registration;
+bool has_tokens = false;
+
+}  // namespace
+
+constinit std::array<variable7, 29> zolwrt_variables = make_rows();
+
+void init_zolwrt(void) {
+  deinit_zolwrt();
+  registration.add_rows("zolwrt", reinterpret_cast<variable *>(zolwrt_variables.data()), sizeof(variable7),
+                        zolwrt_variables.size());
+  for (const auto &[value, start] : texts) copy_text(value, start);
+  add_tokens(tokens);
+  has_tokens = true;
+}
+
+void deinit_zolwrt(void) {
+  registration.remove_rows();
+  if (has_tokens) remove_tokens(tokens);
+  has_tokens = false;
+}
+
+unsigned char *var_zolwrt(variable *row, oid *name, size_t *length, int exact, size_t *value_length,
+                          WriteMethod **write_method) {
+  if (netsnmp_running == 0 || !matches(row, name, length, exact, value_length, write_method)) return nullptr;
+  const auto *object = std::ranges::find(objects, row->magic, &Object::magic);
+  if (object == std::end(objects)) return nullptr;
+  *write_method = object->write;
+  return answer(*object, value_length);
+}
+
+ZOL_REGISTER(zolwrt, "zolwrt", init_zolwrt, deinit_zolwrt, published.data(), published.size())

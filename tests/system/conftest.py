@@ -1,0 +1,36 @@
+"""Fixtures of the system tests: a fresh device for each test, and an agent that runs the library on it."""
+
+from __future__ import annotations
+
+import os
+import sys
+from collections.abc import Iterator
+from pathlib import Path
+
+import pytest
+
+REPOSITORY = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(REPOSITORY))
+
+from testbed.device import Agent, Device  # noqa: E402
+
+
+@pytest.fixture(scope="session")
+def build_dir() -> Path:
+    """The build under test."""
+    return Path(os.environ.get("ZOLARC_BUILD", REPOSITORY / "build"))
+
+
+@pytest.fixture
+def device(tmp_path: Path, build_dir: Path) -> Iterator[Device]:
+    """A fresh device; whatever is started on it is stopped."""
+    with Device.create(tmp_path / "device", build_dir) as fresh:
+        yield fresh
+
+
+@pytest.fixture
+def agent(device: Device) -> Agent:
+    """An agent on the fresh device with the library loaded by a single line. What its start ran is not in the journal."""
+    started = device.start_agent()
+    device.clear_journal()
+    return started
