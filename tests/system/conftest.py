@@ -15,6 +15,17 @@ sys.path.insert(0, str(REPOSITORY))
 from testbed.device import Agent, Device  # noqa: E402
 
 
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport(item: pytest.Item) -> Iterator[None]:
+    """A failure comes with what the agents have logged."""
+    outcome = yield
+    report = outcome.get_result()
+    device = getattr(item, "funcargs", {}).get("device")
+    if report.failed and isinstance(device, Device):
+        for log in sorted(device.path.glob("*.log")):
+            report.sections.append((log.name, log.read_text(errors="replace")[-4000:]))
+
+
 @pytest.fixture(scope="session")
 def build_dir() -> Path:
     """The build under test."""

@@ -1,0 +1,484 @@
+"""A simulated access point: a root file system of its own, run in a private namespace.
+
+A device lives in one folder: `root` (its file system), `state` (what its hardware is like), `journal` (every command
+that was run), `snmpd.log`. See README.md.
+"""
+
+from __future__ import annotations
+
+import contextlib
+import json
+import os
+import re
+import shlex
+import shutil
+import signal
+import subprocess
+import time
+from pathlib import Path
+from typing import IO, Any, Callable
+
+from testbed.snmp import TRAP_FORMAT, Client, NoResponse, Trap, Value, answers, free_udp_port, parse_traps
+from testbed.state import Stations, default_leases, write_default_state, write_values
+
+LIBRARY = "libnetsnmpzolarc.so.15"
+BUNDLE = "netsnmpzolarc"
+# The module that reads the enterprise number, which all others need.
+FIRST_MODULE = "zol_AssociatedClients"
+
+_HERE = Path(__file__).resolve().parent
+_PATH = "/usr/sbin:/usr/bin:/sbin:/bin"
+_BUSYBOX = Path("/usr/bin/busybox")
+_SNMPD = ["/usr/sbin/snmpd", "-f", "-Le", "-I", "-smux", "-C", "-c", "{conf}"]
+_AGENT_PROGRAMS = (Path("/usr/sbin/snmpd"), Path("/usr/sbin/snmptrapd"))
+
+
+def wait_until(condition: Callable[[], Any], what: str, timeout: float = 20.0) -> Any:
+    """Waits for `condition` to hold and returns what it answered. Raises TimeoutError naming `what`."""
+    deadline = time.monotonic() + timeout
+    while True:
+        answer = condition()
+        if answer:
+            return answer
+        if time.monotonic() > deadline:
+            raise TimeoutError(what)
+        time.sleep(0.01)
+
+
+def _programs_folder(build: Path) -> Path:
+    """Where a build has left the device's programs: in its testbed folder, or right there when built by itself."""
+    for folder in (build / "testbed", build):
+        if (folder / "standin").exists():
+            return folder
+    raise FileNotFoundError(f"{build} holds no programs of the simulated device: build it first")
+
+
+def _check_busybox() -> None:
+    """The shell must look for commands in PATH. Builds of busybox exist that run their own applets first."""
+    if not _BUSYBOX.exists():
+        raise FileNotFoundError("busybox is missing (Debian package busybox)")
+    found = subprocess.run([_BUSYBOX, "sh", "-c", "type dmesg"], env={"PATH": "/nowhere"}, capture_output=True,
+                           check=False)
+    if found.returncode == 0:
+        raise RuntimeError("this busybox prefers its own applets: Debian's package busybox is needed,"
+                           " not busybox-static")
+
+
+class Device:
+    """One simulated access point. Use it as a context manager, or call `close`: no process is left then."""
+
+    def __init__(self, path: Path | str):
+        """An existing device."""
+        self.path = Path(path).resolve()
+        self.root = self.path / "root"
+        self.state = self.path / "state"
+        self.journal = self.path / "journal"
+        self.build = Path((self.path / "build").read_text())
+        self.stations = Stations(self.state)
+        self._children: list[Agent | TrapReceiver] = []
+
+    @classmethod
+    def create(cls, path: Path | str, build_dir: Path | str) -> Device:
+        """Makes a new device in the folder `path`."""
+        path, build = Path(path).resolve(), Path(build_dir).resolve()
+        _check_busybox()
+        programs = _programs_folder(build)
+        root = path / "root"
+        if root.exists():
+            raise FileExistsError(f"{path} holds a device already")
+        path.mkdir(parents=True, exist_ok=True)
+        shutil.copytree(_HERE / "root", root, symlinks=True)
+        for folder in ("bin", "sbin", "dev", "proc", "tmp", "root", "state", "opt/device", "opt/zolarc/lib", "usr/bin",
+                       "usr/sbin", "usr/lib", "lib/bramo"):
+            (root / folder).mkdir(parents=True, exist_ok=True)
+        (root / "tmp").chmod(0o1777)
+        (root / "var").symlink_to("tmp")
+        _link_interpreter(root)
+        _link_programs(root, programs)
+        for mounted in ("journal", "bin/busybox", *(str(program)[1:] for program in _AGENT_PROGRAMS)):
+            (root / mounted).touch()
+        write_default_state(path / "state")
+        (root / "tmp/dhcp.leases").write_text(default_leases())
+        (path / "journal").touch()
+        (path / "build").write_text(str(build))
+        return cls(path)
+
+    def __enter__(self) -> Device:
+        return self
+
+    def __exit__(self, *_: object) -> None:
+        self.close()
+
+    def close(self) -> None:
+        """Stops what was started."""
+        while self._children:
+            self._children.pop().stop()
+
+    # Files
+
+    def host_path(self, path: str) -> Path:
+        """Where a file of the device is found on this machine."""
+        return self.root / path.lstrip("/")
+
+    def read(self, path: str) -> str:
+        return self.host_path(path).read_text(encoding="utf-8", errors="surrogateescape")
+
+    def write(self, path: str, text: str | bytes) -> None:
+        target = self.host_path(path)
+        target.parent.mkdir(parents=True, exist_ok=True)
+        target.write_bytes(text if isinstance(text, bytes) else text.encode("utf-8", "surrogateescape"))
+
+    # Commands
+
+    def sandbox(self, env: dict[str, str] | None = None, *, die_with_parent: bool = True) -> list[str]:
+        """The command line that runs what is appended to it inside the device."""
+        command = ["bwrap", "--unshare-user-try", "--uid", "0", "--gid", "0", "--unshare-pid", "--unshare-ipc",
+                   "--unshare-uts", "--hostname", "ap", "--cap-drop", "ALL"]
+        if die_with_parent:
+            command.append("--die-with-parent")
+        command += ["--bind", str(self.root), "/", "--proc", "/proc", "--dev", "/dev"]
+        for folder in ("/usr/lib", "/usr/lib64"):
+            if Path(folder).is_dir() and (self.root / folder[1:]).is_dir():
+                command += ["--ro-bind", folder, folder]
+        command += ["--ro-bind", str(_BUSYBOX.resolve()), "/bin/busybox"]
+        for program in _AGENT_PROGRAMS:
+            if program.exists():
+                command += ["--ro-bind", str(program), str(program)]
+        command += ["--ro-bind", str(_programs_folder(self.build)), "/opt/device"]
+        command += ["--ro-bind", str(self.build), "/opt/zolarc/lib"]
+        command += ["--bind", str(self.state), "/state", "--bind", str(self.journal), "/journal"]
+        uptime = self.state / "uptime"
+        if uptime.exists():
+            command += ["--ro-bind", str(uptime), "/proc/uptime"]
+        command += ["--chdir", "/", "--clearenv"]
+        for name, value in {"PATH": _PATH, "HOME": "/root", "MIBS": "", **(env or {})}.items():
+            command += ["--setenv", name, value]
+        return command
+
+    def run(self, command: list[str] | str, *, env: dict[str, str] | None = None, stdin: str | None = None,
+            timeout: float = 60.0) -> subprocess.CompletedProcess[str]:
+        """Runs a command to its end. A text is given to the device's shell; that it was is not journalled."""
+        arguments = ["/bin/busybox", "sh", "-c", command] if isinstance(command, str) else command
+        return subprocess.run([*self.sandbox(env), "--", *arguments], input=stdin, timeout=timeout, check=False,
+                              stdin=subprocess.DEVNULL if stdin is None else None, capture_output=True, text=True,
+                              encoding="utf-8", errors="surrogateescape")
+
+    def popen(self, arguments: list[str], *, env: dict[str, str] | None = None, output: IO[bytes] | int | None = None,
+              detached: bool = False) -> subprocess.Popen[bytes]:
+        """Starts a program. Unless it is detached it ends when this process does."""
+        return subprocess.Popen([*self.sandbox(env, die_with_parent=not detached), "--", *arguments],
+                                stdin=subprocess.DEVNULL, stdout=output, stderr=output, start_new_session=detached)
+
+    def uci(self, command: str) -> str:
+        """What a uci command prints, such as "show wireless.wifi0.channel". It is not journalled.
+
+        Raises subprocess.CalledProcessError when it fails."""
+        done = self.run(["/opt/device/uci", *shlex.split(command)])
+        if done.returncode != 0:
+            raise subprocess.CalledProcessError(done.returncode, f"uci {command}", done.stdout, done.stderr)
+        return done.stdout
+
+    # Journal
+
+    def records(self) -> list[list[str]]:
+        """Every record since the journal was cleared: "sh" and a text, or "exec" and an argument vector."""
+        text = self.journal.read_bytes().decode("utf-8", "surrogateescape")
+        return [record.split("\x1f") for record in text.split("\x1e")[:-1]]
+
+    def shell_lines(self) -> list[str]:
+        """Every text that was run with `sh -c`."""
+        return [record[1] for record in self.records() if record[0] == "sh"]
+
+    def calls(self, tool: str | None = None) -> list[list[str]]:
+        """The argument vectors of the calls of a tool (by name or path), or of all."""
+        calls = [record[1:] for record in self.records() if record[0] == "exec"]
+        return [call for call in calls if tool is None or tool in (call[0], call[0].rpartition("/")[2])]
+
+    def clear_journal(self) -> None:
+        # Emptied in place: the running device has this very file mounted.
+        os.truncate(self.journal, 0)
+
+    # State
+
+    def set_state(self, path: str, **values: object) -> None:
+        """Writes values of the state folder, for example set_state("interfaces/ath0", channel=11); None removes one."""
+        write_values(self.state / path, values)
+
+    def override(self, tool: str, *, output: str | bytes | None = None, status: int | None = None,
+                 delay: float | None = None) -> None:
+        """Makes a stand-in print `output` and answer `status`, or be slow; `tool` may be a whole command line.
+
+        What is not given is taken away, so that a call with a tool alone ends all overrides of it."""
+        name = tool.replace("/", "_")
+        for folder, value in (("output", output), ("exit", status), ("delay", delay)):
+            file = self.state / folder / name
+            if value is None:
+                file.unlink(missing_ok=True)
+            else:
+                file.write_bytes(value if isinstance(value, bytes) else str(value).encode("utf-8", "surrogateescape"))
+
+    def link(self, port: int, up: bool, at: float) -> None:
+        """The kernel reports a link change of a switch port, `at` seconds after the start of the device."""
+        change = f"port{port} up" if up else f"port:{port} down"
+        with (self.state / "dmesg").open("a") as log:
+            log.write(f"[{at:12.6f}] Enet:0 {change}\n")
+
+    # Agents
+
+    @property
+    def library(self) -> Path:
+        return self.build / LIBRARY
+
+    def modules(self) -> list[str]:
+        """The modules that the library can load one by one, in an order in which they may be loaded.
+
+        Each exports an entry to unload it; the shorter name of its init entry is the tail of that one's."""
+        names = set(re.findall(rb"\0deinit_(\w+)(?=\0)", self.library.read_bytes()))
+        modules = {name.decode() for name in names} - {BUNDLE}
+        return sorted(modules, key=lambda name: (name != FIRST_MODULE, name))
+
+    def start_agent(self, modules: list[str] | None = None, *, conf: str = "", env: dict[str, str] | None = None,
+                    port: int | None = None, library: bool = True, program: list[str] | None = None,
+                    detached: bool = False, enterprise: int = 32473) -> Agent:
+        """Starts an agent with the library and waits until it answers.
+
+        `modules`: None loads the bundle with a single line, a list loads each by a line of its own. `library`: False
+        leaves the agent as it comes. `conf` is appended to its configuration. `program` is the command line of another
+        agent than snmpd, with "{conf}" where the name of the configuration file belongs."""
+        for attempt in range(3):
+            try:
+                agent = Agent(self, modules, conf=conf, env=env, port=port, library=library, program=program,
+                              detached=detached, enterprise=enterprise)
+                break
+            except RuntimeError as failure:
+                # Somebody else may take the port that was free a moment ago.
+                if port or attempt == 2 or "Error opening specified endpoint" not in str(failure):
+                    raise
+        self._children.append(agent)
+        return agent
+
+    def start_trapd(self) -> TrapReceiver:
+        """Starts a trap receiver on a loopback port."""
+        receiver = TrapReceiver(self)
+        self._children.append(receiver)
+        return receiver
+
+
+def _link_interpreter(root: Path) -> None:
+    """The device's /lib is its own; what programs of this machine are linked with is found through links in it."""
+    for entry in Path("/usr/lib").iterdir():
+        if entry.name.startswith("ld-") or (entry.is_dir() and "-linux-gnu" in entry.name):
+            (root / "lib" / entry.name).symlink_to(f"/usr/lib/{entry.name}")
+    if Path("/usr/lib64").is_dir():
+        (root / "usr/lib64").mkdir()
+        (root / "lib64").symlink_to("usr/lib64")
+
+
+def _link_programs(root: Path, programs: Path) -> None:
+    """Stand-ins where devices have the real tools, busybox for everything else."""
+    listing = subprocess.run([programs / "standin", "--list-standins"], capture_output=True, text=True, check=True)
+    standins = listing.stdout.split()
+    for path in standins:
+        (root / path[1:]).symlink_to("/opt/device/standin")
+    taken = {path.rpartition("/")[2] for path in standins}
+    applets = subprocess.run([_BUSYBOX, "--list"], capture_output=True, text=True, check=True).stdout.split()
+    for applet in applets:
+        if applet not in taken and applet != "busybox":
+            (root / "bin" / applet).symlink_to("busybox")
+
+
+def _sanitizer_environment(library: Path) -> dict[str, str]:
+    """What an agent needs that was not built with the sanitizers of the library which it loads."""
+    runtimes = re.findall(rb"\0(lib[at]san\.so\.\d+)(?=\0)", library.read_bytes())
+    if not runtimes:
+        return {}
+    # The agent itself frees little of what it holds when it ends.
+    return {"LD_PRELOAD": " ".join(name.decode() for name in set(runtimes)), "ASAN_OPTIONS": "detect_leaks=0"}
+
+
+def _parent_and_name(pid: int) -> tuple[int, str]:
+    stat = Path(f"/proc/{pid}/stat").read_text()
+    name, _, rest = stat[stat.index("(") + 1 :].rpartition(") ")
+    return int(rest.split()[1]), name
+
+
+def _children_of(parent: int) -> list[int]:
+    found = []
+    for entry in Path("/proc").iterdir():
+        if entry.name.isdigit():
+            with contextlib.suppress(OSError):
+                if _parent_and_name(int(entry.name))[0] == parent:
+                    found.append(int(entry.name))
+    return found
+
+
+class _Service:
+    """A program that runs inside the device until it is stopped."""
+
+    def __init__(self, device: Device, arguments: list[str], log: Path, *, env: dict[str, str] | None, detached: bool):
+        self.log_file = log
+        self._name = Path(arguments[0]).name[:15]
+        with log.open("ab") as output:
+            self.process = device.popen(arguments, env=env, output=output, detached=detached)
+        try:
+            self.pid: int = wait_until(self._find, f"{self._name} to start, see {log}")
+            """Its process number as this machine counts."""
+        except BaseException:
+            self.process.kill()
+            self.process.wait()
+            raise
+
+    def _find(self) -> int | None:
+        # The sandbox, the first process inside it, the program.
+        if self.process.poll() is not None:
+            raise RuntimeError(f"{self._name} ended at once:\n{self.log()}")
+        for first in _children_of(self.process.pid):
+            for child in _children_of(first):
+                with contextlib.suppress(OSError):
+                    if _parent_and_name(child)[1] == self._name:
+                        return child
+        return None
+
+    def log(self) -> str:
+        return self.log_file.read_text(encoding="utf-8", errors="replace")
+
+    def running(self) -> bool:
+        return self.process.poll() is None
+
+    def wait(self, timeout: float = 20.0) -> int:
+        """Waits for the program to end by itself and returns its exit status."""
+        return self.process.wait(timeout)
+
+    def stop(self) -> None:
+        """Ends the program, and with it everything that it has started."""
+        if self.running():
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(self.pid, signal.SIGTERM)
+            try:
+                self.process.wait(5)
+            except subprocess.TimeoutExpired:
+                self.process.kill()
+                self.process.wait()
+
+
+class Agent(_Service, Client):
+    """A running agent, and the client that asks it."""
+
+    def __init__(self, device: Device, modules: list[str] | None, *, conf: str, env: dict[str, str] | None,
+                 port: int | None, library: bool, program: list[str] | None, detached: bool, enterprise: int):
+        Client.__init__(self, port or free_udp_port(), enterprise=enterprise, scratch=device.path)
+        loaded = [BUNDLE] if modules is None else modules
+        lines = [f"agentaddress udp:127.0.0.1:{self.port}", "rocommunity public 127.0.0.1",
+                 "rwcommunity private 127.0.0.1", "dontLogTCPWrappersConnects yes"]
+        if library:
+            lines += [f"dlmod {module} /opt/zolarc/lib/{LIBRARY}" for module in loaded]
+        command = program or _SNMPD
+        name = Path(command[0]).name
+        self.configuration = f"/etc/snmp/{name}.conf"
+        device.write(self.configuration, "\n".join([*lines, conf, ""]))
+        command = [word.replace("{conf}", self.configuration) for word in command]
+        environment = {"SNMP_PERSISTENT_DIR": "/tmp/snmp"}
+        if library:
+            environment.update(_sanitizer_environment(device.library))
+        environment.update(env or {})
+        _Service.__init__(self, device, command, device.path / f"{name}.log", env=environment, detached=detached)
+        try:
+            wait_until(self._answers, "the agent to answer", 60)
+        except Exception as failure:
+            self.stop()
+            raise RuntimeError(f"{failure}; the agent's log:\n{self.log()}") from None
+
+    def _request(self, program: str, options: list[str], arguments: list[str]) -> list[Value]:
+        try:
+            return super()._request(program, options, arguments)
+        except NoResponse as failure:
+            state = "is running" if self.running() else f"ended with status {self.process.returncode}"
+            raise NoResponse(f"{failure} (the agent {state}); its log:\n{self.log()}") from None
+
+    def _alive(self) -> bool:
+        return self.running()
+
+    def _answers(self) -> bool:
+        if not self.running():
+            raise RuntimeError(f"the agent ended with status {self.process.returncode}")
+        return answers(self.port, 0.5)
+
+    def rss_kib(self) -> int:
+        """Its resident memory."""
+        status = Path(f"/proc/{self.pid}/status").read_text()
+        return int(re.search(r"VmRSS:\s+(\d+)", status)[1])  # type: ignore[index]
+
+    def open_fds(self) -> int:
+        return len(os.listdir(f"/proc/{self.pid}/fd"))
+
+    def zombies(self) -> int:
+        """Its children that have ended and were not waited for."""
+        count = 0
+        for child in _children_of(self.pid):
+            with contextlib.suppress(OSError):
+                count += ") Z " in Path(f"/proc/{child}/stat").read_text()
+        return count
+
+    def hup(self) -> None:
+        """Makes it read its configuration again, and waits until it has and answers."""
+        done = "restarted"
+        before = self.log().count(done)
+        os.kill(self.pid, signal.SIGHUP)
+        wait_until(lambda: self.log().count(done) > before or not self.running(), "the agent to read its configuration")
+        wait_until(self._answers, "the agent to answer", 60)
+
+
+class TrapReceiver(_Service):
+    """A running snmptrapd."""
+
+    def __init__(self, device: Device):
+        self.port = free_udp_port()
+        configuration = "/etc/snmp/snmptrapd.conf"
+        device.write(configuration, f"disableAuthorization yes\nformat1 {TRAP_FORMAT}\nformat2 {TRAP_FORMAT}\n")
+        command = ["/usr/sbin/snmptrapd", "-f", "-n", "-Le", "-On", "-C", "-c", configuration,
+                   f"udp:127.0.0.1:{self.port}"]
+        super().__init__(device, command, device.path / "snmptrapd.log", env={"SNMP_PERSISTENT_DIR": "/tmp/snmptrapd"},
+                         detached=False)
+        wait_until(lambda: "NET-SNMP version" in self.log(), f"the trap receiver to start: {self.log_file}")
+
+    @property
+    def sink(self) -> str:
+        """The line of an agent's configuration that sends traps here, as SNMPv1."""
+        return f"trapsink 127.0.0.1:{self.port} public"
+
+    def traps(self) -> list[Trap]:
+        """What has come in so far."""
+        return parse_traps(self.log())
+
+
+def save_agent(device: Device, agent: Agent) -> None:
+    """Notes a detached agent, so that another process can stop it."""
+    (device.path / "agent.json").write_text(json.dumps({"sandbox": agent.process.pid, "agent": agent.pid,
+                                                        "port": agent.port}))
+
+
+def stop_saved_agent(device: Device) -> bool:
+    """Stops the agent that was noted. @return whether there was one"""
+    note = device.path / "agent.json"
+    if not note.exists():
+        return False
+    saved = json.loads(note.read_text())
+    note.unlink()
+    sandbox = Path(f"/proc/{saved['sandbox']}/cmdline")
+
+    def is_running() -> bool:
+        # A process of that number may be quite another one by now.
+        try:
+            return os.fsencode(str(device.root)) in sandbox.read_bytes()
+        except OSError:
+            return False
+
+    if not is_running():
+        return False
+    with contextlib.suppress(ProcessLookupError):
+        os.kill(saved["agent"], signal.SIGTERM)
+    try:
+        wait_until(lambda: not is_running(), "the agent to end", 5)
+    except TimeoutError:
+        os.kill(saved["sandbox"], signal.SIGKILL)
+    return True

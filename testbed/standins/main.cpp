@@ -1,0 +1,145 @@
+// One program under many names: /bin/sh, which journals what is run through it, and the stand-ins for the tools that
+// the simulated device cannot really have.
+
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "standins/applet.hpp"
+#include "standins/journal.hpp"
+#include "standins/state.hpp"
+#include "standins/tools.hpp"
+
+namespace {
+
+/// Where everything that a call needs is found inside the device.
+constexpr const char *busybox = "/bin/busybox";
+constexpr const char *real_uci = "/opt/device/uci";
+
+int become(const char *program, const char *name, Arguments arguments) {
+  std::vector<char *> words{const_cast<char *>(name)};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  words.push_back(nullptr);
+  execv(program, words.data());
+  perror(program);
+  return 127;
+}
+
+/// Nothing happens but the entry in the journal.
+int recorded(Arguments /*arguments*/) { return 0; }
+
+int uci(Arguments arguments) { return become(real_uci, "uci", arguments); }
+
+struct Tool {
+  const char *path;
+  /// Null for busybox's own applet, which is only journalled and open to overrides.
+  int (*run)(Arguments);
+};
+
+/// Every stand-in and where it is found on the device.
+constexpr Tool tools[] = {
+    {"/usr/sbin/80211stats", stats80211},
+    {"/usr/sbin/brctl", brctl},
+    {"/bin/date", date},
+    {"/bin/dmesg", dmesg},
+    {"/usr/bin/hexdump", nullptr},
+    {"/sbin/ifconfig", ifconfig},
+    {"/usr/sbin/iwconfig", iwconfig},
+    {"/usr/bin/iwinfo", iwinfo},
+    {"/usr/bin/killall", nullptr},
+    {"/usr/bin/md5sum", nullptr},
+    {"/sbin/mtd", recorded},
+    {"/usr/bin/passwd", passwd},
+    {"/bin/pidof", nullptr},
+    {"/sbin/reboot", recorded},
+    {"/sbin/sysupgrade", recorded},
+    {"/usr/bin/top", nullptr},
+    {"/sbin/uci", uci},
+    {"/bin/uname", nullptr},
+    {"/usr/sbin/wdog", wdog},
+    {"/usr/bin/wget", nullptr},
+    {"/usr/sbin/wlanconfig", wlanconfig},
+    {"/lib/bramo/apc_set_ap", recorded},
+};
+
+std::string_view base_name(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
+/// A setting of `kind` for this call: for the whole command line ("iwinfo ath0 info", each "/" written "_"), or else
+/// for the tool.
+std::optional<std::string> setting(const char *kind, std::string_view tool, Arguments arguments) {
+  std::string line(tool);
+  for (const char *argument : arguments) line.append(" ").append(argument);
+  for (char &c : line) {
+    if (c == '/') c = '_';
+  }
+  const state::Folder settings(kind);
+  if (auto found = settings.find(line)) return found;
+  return settings.find(std::string(tool));
+}
+
+void wait_seconds(double seconds) {
+  double whole = 0;
+  const double fraction = std::modf(seconds, &whole);
+  timespec remaining{static_cast<time_t>(whole), static_cast<long>(fraction * 1e9)};
+  while (nanosleep(&remaining, &remaining) != 0) continue;
+}
+
+int run_tool(std::string_view name, Arguments arguments) {
+  if (const auto delay = setting("delay", name, arguments)) wait_seconds(strtod(delay->c_str(), nullptr));
+  const auto output = setting("output", name, arguments);
+  const auto status = setting("exit", name, arguments);
+  if (output || status) {
+    if (output && !output->empty()) puts(output->c_str());
+    return status ? atoi(status->c_str()) : 0;
+  }
+  for (const Tool &tool : tools) {
+    if (base_name(tool.path) != name) continue;
+    return tool.run == nullptr ? run_applet(std::string(name).c_str(), arguments) : tool.run(arguments);
+  }
+  fprintf(stderr, "%.*s: no such stand-in\n", static_cast<int>(name.size()), name.data());
+  return 127;
+}
+
+int shell(Arguments arguments) {
+  // The C library runs `sh -c TEXT`, in newer releases `sh -c -- TEXT`.
+  if (arguments.size() > 1 && strcmp(arguments[0], "-c") == 0) {
+    const size_t text = arguments.size() > 2 && strcmp(arguments[1], "--") == 0 ? 2 : 1;
+    journal::append("sh", arguments.subspan(text, 1));
+  }
+  // What is preloaded into the agent is not meant for the commands that it runs.
+  unsetenv("LD_PRELOAD");
+  return become(busybox, "sh", arguments);
+}
+
+}  // namespace
+
+int run_applet(const char *name, Arguments arguments) {
+  fflush(stdout);
+  return become(busybox, name, arguments);
+}
+
+int main(int argc, char **argv) {
+  const std::string_view name = base_name(argv[0]);
+  const Arguments arguments(argv + 1, static_cast<size_t>(argc - 1));
+  if (name == "sh") return shell(arguments);
+  if (name == "journal") {
+    // For stand-ins that are shell scripts: journal "$0" "$@"
+    journal::append("exec", arguments);
+    return 0;
+  }
+  if (arguments.size() == 1 && strcmp(arguments[0], "--list-standins") == 0) {
+    puts("/bin/sh\n/bin/journal");
+    for (const Tool &tool : tools) puts(tool.path);
+    return 0;
+  }
+  journal::append("exec", {argv, static_cast<size_t>(argc)});
+  return run_tool(name, arguments);
+}

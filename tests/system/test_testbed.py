@@ -1,0 +1,246 @@
+"""The simulated device itself: that it is closed off, prints what the parsers look for, and is driven by its state."""
+
+from __future__ import annotations
+
+import re
+import subprocess
+import time
+from pathlib import Path
+
+import pytest
+
+from testbed.device import Device
+from testbed.snmp import NoResponse, SnmpError, Trap
+
+COMMAND_LINE = Path(__file__).resolve().parents[2] / "testbed/device"
+STATION = "02:00:0a:00:00:0b"
+
+
+def processes_of(device: Device) -> list[str]:
+    found = []
+    for entry in Path("/proc").iterdir():
+        if entry.name.isdigit():
+            try:
+                command = (entry / "cmdline").read_bytes().replace(b"\0", b" ").decode(errors="replace")
+            except OSError:
+                continue
+            if f"--bind {device.root} " in command:
+                found.append(command)
+    return found
+
+
+def test_nothing_of_the_machine_is_within_reach(device: Device) -> None:
+    """Dangerous commands are recorded, and the shell could not do harm without the stand-ins either."""
+    outside = device.path / "outside"
+    outside.write_text("untouched")
+    done = device.run(f"""
+        grep CapEff /proc/self/status | grep -q 0000000000000000 || echo capabilities
+        busybox date -s 2020-01-01 2>/dev/null >&2; busybox date +%Y | grep 2020
+        busybox ifconfig lo mtu 1000 2>/dev/null && echo network
+        test -e {outside} && echo file
+        touch /usr/lib/x /opt/device/x /opt/zolarc/lib/x 2>/dev/null && echo library
+        kill -0 {outside.stat().st_uid or 1000} 2>/dev/null && echo process
+        ls /usr/bin/env /usr/bin/python3 /usr/sbin/useradd 2>/dev/null
+        reboot; mtd -r erase rootfs_data; sysupgrade /tmp/firmware.img; date --set='2024-01-31 10:20:30'
+    """)
+    assert (done.returncode, done.stdout) == (0, "")
+    assert device.calls("reboot") == [["reboot"]]
+    assert device.calls("mtd") == [["mtd", "-r", "erase", "rootfs_data"]]
+    assert (device.state / "date").read_text() == "2024-01-31 10:20:30\n"
+    assert time.gmtime().tm_year > 2024
+
+
+@pytest.mark.parametrize("text", [
+    "true", "echo -e 'a\nb' >/dev/null", "uci show \"wireless\" | grep 'x'  ;  true",
+    "echo \"$HOME\" '%s' \\\\ >/dev/null",
+])
+def test_the_journal_holds_what_was_run_word_for_word(device: Device, text: str) -> None:
+    device.run(["/bin/sh", "-c", text])
+    device.run(["/bin/sh", "-c", "--", text])
+    assert device.shell_lines() == [text, text]
+
+
+def test_the_journal_holds_argument_vectors(device: Device) -> None:
+    device.run("""iwinfo ath0 scan ; /etc/init.d/qos start; passwd 'two words' </dev/null; date '+%s
+%s' >/dev/null""")
+    assert device.calls() == [["iwinfo", "ath0", "scan"], ["/etc/init.d/qos", "start"], ["passwd", "two words"],
+                              ["date", "+%s\n%s"]]
+    assert device.calls("qos") == device.calls("/etc/init.d/qos") == [["/etc/init.d/qos", "start"]]
+    device.clear_journal()
+    assert device.records() == []
+
+
+@pytest.mark.parametrize(("command", "pattern"), [
+    ("iwinfo ath0 info", r"ACK timeout  : 64 (.*\n)*.*DFS status   : 1 "),
+    ("iwinfo ath0 info", r"802\.11bgn\n"),
+    ("iwinfo ath3 info", r"802\.11an\n"),
+    ("iwinfo ath0 scan ", r'Cell 01 - Address: 00:1D:7E:A1:B2:C3\n +ESSID: "north-quay"\n'
+                          r" +Mode: Master  Channel: 1\n +Signal: -62 dBm  "),
+    ("iwinfo ath0 scan ", r"Address: 10:FE:ED:00:00:02\n +ESSID: unknown\n"),
+    ("iwinfo ath0 assoclist", r"\[00:0B:6B:0A:01:02\]  -48 dBm / -95 dBm [^=\n]*=98% Signal Chains=-51,-52\n"
+                              r"\tRX: 117\.0 MBit/s, .*\n\tTX: 130\.0 MBit/s, "),
+    ("iwconfig ath0", r"  Access Point: 00:0A:52:1B:2C:30\n +Bit Rate:130 Mb/s (.*\n)*"
+                      r" +Rx invalid nwid:77  Rx invalid crypt:2  Rx invalid frag:1\n"
+                      r" +Tx excessive retries:418  .*Missed beacon:5\n"),
+    ("iwconfig ath2", "Bit Rate=11 Mb/s"),
+    ("iwconfig ath3", "Access Point: Not-Associated\n"),
+    ("wlanconfig ath0 list sta", r"^ADDR .*\n00:0b:6b:0a:01:02 .*\nf4:5c:89:10:20:30 .*\n$"),
+    ("80211stats -i ath0 -a", r"^0:b:6b:a:1:2:\n\trx_data 10412\n(.*\n)*\ttx_auth_fail 0\n(.*\n)*f4:5c:89:10:20:30:\n"),
+    ("brctl show", r"\nbr-lan\t\t8000\.000a521b2c2e\tno\t\tath0\n\t+ath1\n\t+ath2\n\t+eth0.1\n$"),
+    ("ifconfig eth0.1", r"^eth0.1    Link encap:Ethernet  HWaddr 00:0A:52:1B:2C:2E  \n(.*\n)*"
+                        r" +RX packets:90113 errors:4 dropped:0 overruns:0 frame:0\n"
+                        r" +TX packets:77120 errors:1 dropped:0 overruns:0 carrier:0\n(.*\n)*"
+                        r" +RX bytes:51244710 \(48.8 MiB\)  TX bytes:8810023 \(8.4 MiB\)\n"),
+    ("dmesg | grep -n 'Enet:0 port2 up' | tail -1", r"^6:\[    4\.532914\] "),
+    ("top -b -n 1", r"^Mem: \d+K used, .*\n"
+                       r"CPU: +\d+% usr +\d+% sys +\d+% nic +\d+% idle +\d+% io +\d+% irq +\d+% sirq\n"),
+    ("uname -a", r"^Linux ap \d+\.\d+"),
+    ("cat /var/dhcp.leases", r"^\d{10,} 00:0b:6b:0a:01:02 192\.168\.1\.101 laptop 01:00:0b:6b:0a:01:02\n"),
+    ("printf 'pw\\npw\\n' | passwd admin; cat /state/passwords/admin", "changed by root\npw\n$"),
+])
+def test_tools_print_what_parsers_look_for(device: Device, command: str, pattern: str) -> None:
+    done = device.run(command)
+    assert done.returncode == 0 and re.search(pattern, done.stdout, re.MULTILINE if "^" not in pattern else 0), done
+    if not command.startswith("top"):
+        assert max(map(len, done.stdout.splitlines())) < 127, "readers take lines of at most 127 characters"
+
+
+@pytest.mark.parametrize("command", ["iwinfo ath9 info", "iwconfig ath9", "iwconfig eth0.1", "wlanconfig ath9 list sta",
+                                     "80211stats -i ath9 -a", "ifconfig ath9", "passwd admin </dev/null"])
+def test_tools_fail_as_tools_do(device: Device, command: str) -> None:
+    done = device.run(command)
+    assert done.returncode == 1 and done.stdout == "" and done.stderr != ""
+
+
+def test_a_station_comes_roams_and_goes(device: Device) -> None:
+    listing = "for i in 0 1; do wlanconfig ath$i list sta | grep -i 02:00:0a; done; true"
+    assert device.run(listing).stdout == ""
+    device.stations.join(STATION.upper(), "ath0", tx_rate="6.5", rx_rate="", signal="", counters={"rx_bytes": 77})
+    assert device.run(listing).stdout.startswith(STATION)
+    block = device.run("iwinfo ath0 assoclist | grep -A2 02:00:0A:00:00:0B").stdout
+    assert re.fullmatch(r"\[02:00:0A:00:00:0B\]  unknown / -95 dBm .*\n\tTX: 6\.5 MBit/s.*\n\n", block)
+    device.stations.move(STATION, "ath1")
+    device.stations.write(STATION, counters={"rx_bytes": 78})
+    assert "\trx_bytes 78\n" in device.run("80211stats -i ath1 -a | grep -A9 '^2:0:a:0:0:b:$'").stdout
+    assert STATION not in device.run("wlanconfig ath0 list sta").stdout
+    device.stations.leave(STATION)
+    assert device.run(listing).stdout == ""
+
+
+def test_ports_and_links_change(device: Device) -> None:
+    assert device.run("ifconfig eth0.1 down; ifconfig | grep 'eth0.1'").stdout == ""
+    assert "eth0.1" in device.run("ifconfig eth0.1 up; ifconfig | grep 'eth0.1'").stdout
+    device.link(2, up=False, at=100)
+    device.link(2, up=True, at=130.5)
+    assert device.run("dmesg | tail -2").stdout == ("[  100.000000] Enet:0 port:2 down\n"
+                                                    "[  130.500000] Enet:0 port2 up\n")
+
+
+def test_overrides(device: Device) -> None:
+    device.override("iwinfo", output="everything\n")
+    device.override("iwinfo ath1 info", output="one line\n", status=3)
+    device.override("brctl", status=7)
+    device.override("uci", output="snmpd.x='quoted'")
+    device.override("top", delay=0.3)
+    done = device.run("iwinfo ath0 scan; iwinfo ath1 info; echo $?; brctl show; echo $?; uci show snmpd.x")
+    assert done.stdout == "everything\none line\n3\n7\nsnmpd.x='quoted'\n"
+    start = time.monotonic()
+    device.run("top -b -n 1")
+    assert time.monotonic() - start >= 0.3
+    for tool in ("iwinfo", "brctl"):
+        device.override(tool)
+    assert "ESSID" in device.run("iwinfo ath0 info").stdout and device.run("brctl show").returncode == 0
+
+
+def test_time_since_boot_can_be_chosen(device: Device) -> None:
+    (device.state / "uptime").write_text("90061.25 1.00\n")
+    assert device.run("cat /proc/uptime").stdout == "90061.25 1.00\n"
+
+
+def test_init_scripts_need_no_environment(device: Device) -> None:
+    device.run("env -i /etc/init.d/network reload > /dev/null & wait;"
+               "/etc/init.d/dnsmasq disable; /etc/init.d/dnsmasq stop")
+    assert device.calls() == [["/etc/init.d/network", "reload"], ["/etc/init.d/dnsmasq", "disable"],
+                              ["/etc/init.d/dnsmasq", "stop"]]
+    services = device.state / "services"
+    assert (services / "network/running").read_text() == "1\n"
+    assert (services / "dnsmasq/enabled").read_text() == (services / "dnsmasq/running").read_text() == "0\n"
+
+
+def test_the_watchdog_runs_until_it_is_killed(device: Device) -> None:
+    done = device.run("""wdog --test=1 "~;1;6:n;~;2;1:0;s;e" path=/etc; pidof wdog && echo early
+        /etc/autoreboot_by_hour 9; until pidof wdog >/dev/null; do usleep 1000; done
+        kill `pidof wdog`; while pidof wdog >/dev/null; do usleep 1000; done; echo gone""")
+    assert (done.stdout, done.stderr) == ("gone\n", "")
+    assert device.calls("autoreboot_by_hour") == [["/etc/autoreboot_by_hour", "9"]]
+
+
+def test_both_names_of_the_firmware_are_one_file(device: Device) -> None:
+    device.write("/var/firmware.img", b"\0image")
+    assert device.run("md5sum < /tmp/firmware.img").stdout == device.run("md5sum < /var/firmware.img").stdout
+    checked = device.run(". /lib/functions.sh; include /lib/upgrade; platform_check_image /tmp/firmware.img")
+    assert checked.returncode == 0
+
+
+def test_an_agent_as_it_comes(device: Device) -> None:
+    with device:
+        agent = device.start_agent(library=False, conf="syslocation harbour")
+        assert agent.get(".1.3.6.1.2.1.1.6.0").text == "harbour"
+        assert agent.set(".1.3.6.1.2.1.1.4.0", "s", b"noc, quay 7").value == b"noc, quay 7"
+        assert agent.set(".1.3.6.1.2.1.1.4.0", "s", "").value == b""
+        assert agent.get("2.1.0").type == "noSuchObject"
+        assert agent.walk() == []
+        walked = agent.walk(".1.3.6.1.2.1.1")
+        assert walked[0].oid == ".1.3.6.1.2.1.1.1.0" and len(walked[0].text) > 16
+        # The running time and what is counted differ between two walks.
+        assert [value.oid for value in agent.bulkwalk(".1.3.6.1.2.1.1")] == [value.oid for value in walked]
+        with pytest.raises(SnmpError) as refused:
+            agent.set(".1.3.6.1.2.1.1.1.0", "s", "x")
+        assert refused.value.name == "notWritable"
+        assert agent.rss_kib() > 1000 and agent.open_fds() > 2 and agent.zombies() == 0
+        device.write(agent.configuration, device.read(agent.configuration).replace("harbour", "quay"))
+        agent.hup()
+        assert agent.get(".1.3.6.1.2.1.1.6.0").text == "quay"
+        assert processes_of(device)
+    assert processes_of(device) == [] and not Path(f"/proc/{agent.pid}").exists()
+    with pytest.raises(NoResponse):
+        agent.get("2.1.0")
+
+
+def test_an_agent_that_does_not_start_says_why(device: Device) -> None:
+    with pytest.raises(RuntimeError, match="NoSuchTransport"):
+        device.start_agent(library=False, conf="agentaddress NoSuchTransport:1")
+    assert processes_of(device) == []
+
+
+def test_traps_are_received(device: Device) -> None:
+    receiver = device.start_trapd()
+    agent = device.start_agent(library=False, conf=f"{receiver.sink}\ntrap2sink 127.0.0.1:{receiver.port} public")
+    agent.stop()
+    receiver.stop()
+    # Each was sent by SNMPv1 and by SNMPv2c.
+    kinds = [(trap.generic, trap.specific) for trap in receiver.traps()]
+    assert kinds == [(0, 0), (0, 0), (6, 2), (6, 2)]
+    assert receiver.traps()[2] == Trap(".1.3.6.1.4.1.8072.4", 6, 2, "")
+
+
+def test_from_the_command_line(tmp_path: Path, build_dir: Path) -> None:
+    folder = str(tmp_path / "device")
+
+    def call(*arguments: str) -> str:
+        done = subprocess.run([COMMAND_LINE, *arguments], capture_output=True, text=True, check=False)
+        assert done.returncode == 0, done
+        return done.stdout
+
+    call("create", folder, "--build", str(build_dir))
+    try:
+        assert call("start", folder, "--port", "0", "--plain").startswith("the agent answers on udp:127.0.0.1:")
+        assert call("run", folder, "--", "uci", "get", "system.@system[0].hostname") == "ap-lobby\n"
+        assert "exec  uci get 'system.@system[0].hostname'\n" in call("journal", folder, "--clear")
+        assert call("journal", folder) == ""
+        call("station", folder, "join", STATION, "--interface", "ath1", "--set", "signal=-55")
+        assert "[02:00:0A:00:00:0B]  -55 dBm" in call("run", folder, "iwinfo", "ath1", "assoclist")
+    finally:
+        call("stop", folder)
+    assert processes_of(Device(folder)) == []
+    assert call("stop", folder) == "no agent was running\n"
