@@ -1,6 +1,7 @@
 #include "core/scalar.hpp"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 namespace zol {
@@ -30,9 +31,10 @@ bool Scalar::matched(variable *row, oid *name, size_t *length, int exact, size_t
 unsigned char *IntegerScalar::find(variable *row, oid *name, size_t *length, int exact, size_t *value_length,
                                    WriteMethod **write_method) {
   if (!matched(row, name, length, exact, value_length, write_method)) return nullptr;
+  int32_t *target = staged_ ? &answer_ : value_;
   answer_ = *value_;
-  get_(staged_ ? &answer_ : value_);
-  if (!staged_) answer_ = *value_;
+  get_(target);
+  answer_ = *target;
   return reinterpret_cast<unsigned char *>(&answer_);
 }
 
@@ -85,11 +87,16 @@ int AddressScalar::write(int action, const unsigned char *value, unsigned char t
   return SNMP_ERR_NOERROR;
 }
 
+void AddressScalar::preset(const char *text) {
+  if (prints_token_) printf("val=[%s]\n", text);
+  *value_ = static_cast<Ipv4>(to_int32(text));
+}
+
 unsigned char *TextScalar::find(variable *row, oid *name, size_t *length, int exact, size_t *value_length,
                                 WriteMethod **write_method) {
   if (!matched(row, name, length, exact, value_length, write_method)) return nullptr;
   get_(answer_.data());
-  *value_length = fixed_length_ != 0 ? fixed_length_ : strlen(answer_.data());
+  *value_length = measure_ != nullptr ? measure_() : fixed_length_ != 0 ? fixed_length_ : strlen(answer_.data());
   return reinterpret_cast<unsigned char *>(answer_.data());
 }
 

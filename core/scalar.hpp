@@ -46,6 +46,8 @@ struct AddressSpec {
   Access access = Access::read_write;
   uint8_t row_arcs = 1;
   bool (*prepare)() = nullptr;
+  /// Whether the token's handler first prints "val=[<text>]" on standard output.
+  bool prints_token = false;
 };
 
 /// What is particular to an OCTET STRING object.
@@ -58,6 +60,8 @@ struct TextSpec {
   bool (*prepare)() = nullptr;
   /// The length of every answer; 0 stands for the length of the text.
   size_t fixed_length = 0;
+  /// The length of the last answer, for octets that may hold a NUL and are not always there.
+  size_t (*measure)() = nullptr;
   /// Checks the bytes of a SET in place of the length test and answers an SNMP error status.
   int (*check)(const unsigned char *bytes, size_t length) = nullptr;
   /// Whether UNDO brings the previous text back.
@@ -140,18 +144,23 @@ class AddressScalar : public Scalar {
  public:
   constexpr AddressScalar(const ObjectInfo &info, const AddressSpec &spec, const ScalarFunctions &functions,
                           Ipv4 *value, int (*get)(Ipv4 *), int (*set)(Ipv4))
-      : Scalar(info, functions, spec.row_arcs, spec.prepare), value_(value), get_(get), set_(set) {}
+      : Scalar(info, functions, spec.row_arcs, spec.prepare),
+        value_(value),
+        get_(get),
+        set_(set),
+        prints_token_(spec.prints_token) {}
 
   unsigned char *find(variable *row, oid *name, size_t *length, int exact, size_t *value_length,
                       WriteMethod **write_method);
   int write(int action, const unsigned char *value, unsigned char type, size_t length);
   /// Keeps only the leading number of a dotted address; it is meant so.
-  void preset(const char *text) { *value_ = static_cast<Ipv4>(to_int32(text)); }
+  void preset(const char *text);
 
  private:
   Ipv4 *value_;
   int (*get_)(Ipv4 *);
   int (*set_)(Ipv4);
+  bool prints_token_;
   Ipv4 before_ = 0;
   Ipv4 answer_ = 0;
 };
@@ -168,6 +177,7 @@ class TextScalar : public Scalar {
         get_(get),
         set_(set),
         check_(spec.check),
+        measure_(spec.measure),
         fixed_length_(spec.fixed_length),
         restores_(spec.restores) {}
 
@@ -187,6 +197,7 @@ class TextScalar : public Scalar {
   int (*get_)(char *);
   int (*set_)(const char *);
   int (*check_)(const unsigned char *, size_t);
+  size_t (*measure_)();
   size_t fixed_length_;
   bool restores_;
 };

@@ -119,9 +119,9 @@ template <size_t N>
 constexpr std::array<ObjectInfo, N> table_info(const Arcs &entry, const Column (&columns)[N], uint8_t rows) {
   return [&]<size_t... i>(std::index_sequence<i...>) {
     auto info = [&](const Column &column) {
-      Arcs oid = entry;
-      oid.arc[oid.count++] = column.number;
-      return ObjectInfo{column.name, oid, column.type, read_only, {}, rows};
+      Arcs arcs = entry;
+      arcs.arc[arcs.count++] = column.number;
+      return ObjectInfo{column.name, arcs, column.type, read_only, {}, rows};
     };
     return std::array<ObjectInfo, N>{info(columns[i])...};
   }

@@ -1,0 +1,142 @@
+// Which wireless interface is selected, and what it is: operation mode, standard, name, country, whether it hides.
+
+#include <cstring>
+
+#include "core/command.hpp"
+#include "core/scalar.hpp"
+#include "mib/radio/options.hpp"
+#include "mib/radio/radio.hpp"
+#include "mib/status/status.hpp"
+
+using namespace zol;
+
+namespace {
+
+constexpr int unreadable = 255;
+constexpr size_t text_size = 65;
+
+/// @return what get_X returns
+int read_ssid(int index, std::span<char> ssid) {
+  copy_text(ssid, "unknown");
+  CommandOutput output("uci show wireless | grep \"iface\\[%d\\].ssid=\"", index);
+  if (!output) return -1;
+  if (output.next()) {
+    if (const char *name = text_after(output.line(), "ssid=")) copy_text(ssid, name);
+  }
+  return 0;
+}
+
+}  // namespace
+
+// A new index counts from the next GET or SET of any other radio object on.
+ZOL_INTEGER(wlan_index, .oid = {3, 1, 1}, .accepts = range(0, 15));
+ZOL_STORED_NUMBER(wlan_index)
+
+int get_operation_mode(int index) {
+  CommandOutput output("uci show wireless | grep \"wifi-iface\\[%d\\]\"", index);
+  if (!output) return unreadable;
+  constexpr int access_point = 0;
+  constexpr int station = 2;
+  constexpr int adapter = 4;
+  int mode = access_point;
+  bool wds = false;
+  while (output.next_without_newline()) {
+    auto holds = [&](const char *setting) { return strstr(output.line(), setting) != nullptr; };
+    if (holds("mode=ap")) {
+      mode = access_point;
+    } else if (holds("mode=sta")) {
+      mode = station;
+    } else if (holds("mode=adapter")) {
+      mode = adapter;
+    } else if (holds("wds=1")) {
+      wds = true;
+    }
+  }
+  return wds && mode != adapter ? mode + 1 : mode;
+}
+
+ZOL_INTEGER(wlan_opmode, .oid = {3, 1, 2}, .accepts = range(0, 4));
+
+int get_wlan_opmode(int32_t *mode) {
+  *mode = get_operation_mode(wlan_index);
+  return *mode == unreadable ? -1 : 0;
+}
+
+int set_wlan_opmode(int32_t mode) { return set_operation_mode(mode, wlan_index); }
+
+int get_profile_mode(int index) {
+  constexpr int with_a_and_n = 7;
+  constexpr int other = 8;
+  CommandOutput output("iwinfo ath%d info", index);
+  if (!output) return unreadable;
+  const char *standard = output.find("802.11");
+  if (standard == nullptr) return other;
+  return strchr(standard, 'a') != nullptr && strchr(standard, 'n') != nullptr ? with_a_and_n : other;
+}
+
+ZOL_INTEGER(wlan_profilemode, .oid = {3, 1, 3}, .accepts = range(1, 8));
+
+int get_wlan_profilemode(int32_t *mode) {
+  *mode = get_profile_mode(wlan_index);
+  return *mode == unreadable ? -1 : 0;
+}
+
+// Accepted and meant to change nothing: the next GET answers the radio's own standard again.
+int set_wlan_profilemode(int32_t) { return 0; }
+
+const char *get_ssid(int index) {
+  static char ssid[128];
+  read_ssid(index, ssid);
+  return ssid;
+}
+
+const char *get_ssid_name(int index) {
+  static char ssid[128];
+  read_ssid(index, ssid);
+  return ssid;
+}
+
+ZOL_TEXT(wlan_ssid, text_size, .oid = {3, 1, 4}, .accepts = range(0, 64));
+
+int get_wlan_ssid(char *ssid) { return read_ssid(wlan_index, {ssid, text_size}); }
+
+/// The name stands between quotes as it is: a quote in it breaks the command; it is meant so.
+int set_wlan_ssid(const char *ssid) {
+  shell("uci set wireless.@wifi-iface[%d].ssid='%s';uci commit wireless", wlan_index, ssid);
+  return 0;
+}
+
+ZOL_INTEGER(wlan_countrycode, .oid = {3, 1, 5}, .accepts = range(0, 887));
+
+int get_wlan_countrycode(int32_t *code) {
+  *code = 0;
+  CommandOutput output("uci show wireless | grep \"wifi%d.country=\"", wlan_index);
+  if (!output) return -1;
+  if (output.next()) *code = number_in(output.line()).value_or(0);
+  return 0;
+}
+
+int set_wlan_countrycode(int32_t code) { return store_number(Owner::radio, "country", code); }
+
+// 1 hidden, 2 broadcast.
+ZOL_INTEGER(wlan_networkhidden, .oid = {3, 1, 14}, .accepts = range(1, 2));
+
+int get_wlan_networkhidden(int32_t *hidden) {
+  *hidden = 2;
+  CommandOutput output("uci show wireless | grep '\\[%d\\].hidden'", wlan_index);
+  if (!output) return -1;
+  while (output.next_of_at_least(6)) take_flag(output.line(), hidden);
+  return 0;
+}
+
+int set_wlan_networkhidden(int32_t hidden) { return store_number(Owner::network, "hidden", hidden == 1 ? 1 : 0); }
+
+// Only stored, for whoever disconnects clients.
+ZOL_TEXT(wlan_kickclientmaclist, text_size, .oid = {3, 1, 19}, .accepts = range(0, 64));
+
+int get_wlan_kickclientmaclist(char *list) {
+  copy_text({list, text_size}, wlan_kickclientmaclist);
+  return 0;
+}
+
+int set_wlan_kickclientmaclist(const char *) { return 0; }

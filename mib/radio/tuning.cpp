@@ -1,0 +1,126 @@
+// How the selected radio sends: channel, channel width, power, antennas, intervals, thresholds, ACK timeout.
+
+#include <cstring>
+
+#include "core/command.hpp"
+#include "core/scalar.hpp"
+#include "mib/radio/options.hpp"
+#include "mib/radio/radio.hpp"
+
+using namespace zol;
+
+namespace {
+
+/// An option that holds a number.
+struct NumberOption {
+  Owner owner;
+  const char *name;
+  /// Tells the line of `uci show` that holds it.
+  const char *marker;
+  /// The answer without such a line, and without a number in it.
+  int32_t preset = 0;
+  /// The word that is written for 0, and passed over in reading; null where 0 is a number like any other.
+  const char *zero = nullptr;
+};
+
+constexpr NumberOption channel{Owner::radio, "channel", ".channel=", 0, "auto"};
+constexpr NumberOption beacon_period{Owner::radio, "bintval", "bintval="};
+constexpr NumberOption rts_size{Owner::network, "rts", "rts="};
+constexpr NumberOption short_guard{Owner::network, "shortgi", ".shortgi=", 1};
+constexpr NumberOption chains{Owner::radio, "chainmask", "chainmask=", 3};
+constexpr NumberOption distance{Owner::radio, "distance", "distance="};
+
+/// Whether `value`, the text behind a marker, is the word for 0.
+bool is_zero(const NumberOption &option, const char *value) {
+  return option.zero != nullptr && strncmp(value, option.zero, strlen(option.zero)) == 0;
+}
+
+/// Reads an option of any interface, 0 when the command cannot be started. @return what get_X returns
+int read_option(const NumberOption &option, int index, int32_t *number) {
+  *number = 0;
+  CommandOutput output("uci show wireless.%s.%s", SectionName(option.owner, index).text(), option.name);
+  if (!output) return -1;
+  *number = option.preset;
+  while (const char *found = output.find(option.marker)) {
+    if (is_zero(option, found + strlen(option.marker))) continue;
+    *number = number_in(output.line()).value_or(option.preset);
+    break;
+  }
+  return 0;
+}
+
+int number_of(const NumberOption &option, int index) {
+  int32_t number = 0;
+  read_option(option, index, &number);
+  return number;
+}
+
+int store_option(const NumberOption &option, int32_t number) {
+  if (number == 0 && option.zero != nullptr) return store_word(option.owner, option.name, option.zero);
+  return store_number(option.owner, option.name, number);
+}
+
+}  // namespace
+
+/// An object that is the number in OPTION, and get_X_number, its reader for any interface; the further arguments are
+/// the fields of `zol::IntegerSpec`.
+#define RADIO_NUMBER(NAME, OPTION, ...)                                               \
+  ZOL_INTEGER(NAME, __VA_ARGS__);                                                     \
+  int get_##NAME##_number(int index) { return number_of(OPTION, index); }             \
+  int get_##NAME(int32_t *number) { return read_option(OPTION, wlan_index, number); } \
+  int set_##NAME(int32_t number) { return store_option(OPTION, number); }             \
+  static_assert(true)
+
+// An automatic channel answers 0, which no SET accepts: it cannot be chosen here.
+RADIO_NUMBER(wlan_channel, channel, .oid = {3, 1, 6}, .accepts = range(1, 255));
+RADIO_NUMBER(wlan_binterval, beacon_period, .oid = {3, 1, 9}, .accepts = range(0, 65535));
+RADIO_NUMBER(wlan_rtsthreshold, rts_size, .oid = {3, 1, 10}, .accepts = range(0, 65535));
+RADIO_NUMBER(wlan_ginterval, short_guard, .oid = {3, 1, 13}, .accepts = range(0, 1));
+RADIO_NUMBER(wlan_antenna, chains, .oid = {3, 1, 16}, .accepts = one_of(1, 3));
+RADIO_NUMBER(wlan_acktimeoutfixed, distance, .oid = {3, 1, 22}, .accepts = range(300, 24000));
+
+// In dBm; 0 stands for the most that the radio can do.
+ZOL_INTEGER(wlan_txpower, .oid = {3, 1, 15}, .accepts = range(0, 26));
+
+int get_wlan_txpower(int32_t *dbm) {
+  *dbm = 0;
+  CommandOutput output("uci show wireless.wifi%d.txpower", wlan_index);
+  if (!output) return -1;
+  if (output.next() && strstr(output.line(), "=max") == nullptr) *dbm = number_in(output.line()).value_or(0);
+  return 0;
+}
+
+int set_wlan_txpower(int32_t dbm) {
+  return dbm == 0 ? store_word(Owner::radio, "txpower", "max") : store_number(Owner::radio, "txpower", dbm);
+}
+
+// In MHz.
+ZOL_INTEGER(chann_specwidth, .oid = {3, 1, 20}, .accepts = one_of(20, 40));
+
+int get_chann_specwidth(int32_t *width) {
+  *width = 40;
+  CommandOutput output("uci show wireless | grep 'wifi%d.hwmode'", wlan_index);
+  if (!output) return -1;
+  if (output.find(".hwmode=11") == nullptr) return 0;
+  char mode[128] = "";
+  scan_word(mode, text_after(output.line(), "="));
+  // "11ng20" narrows the channel; "11ng" alone and the modes of other standards leave it wide.
+  const char *number = text_after(mode, "11ng");
+  if (number == mode + strlen("11ng") && strlen(mode) >= 6) *width = scan_int32(number).value_or(*width);
+  return 0;
+}
+
+int set_chann_specwidth(int32_t width) { return store_word(Owner::radio, "hwmode", width == 20 ? "11ng20" : "11ng"); }
+
+// 1 automatic, 2 fixed by `wlan_acktimeoutfixed`.
+ZOL_INTEGER(wlan_acktimeoutauto, .oid = {3, 1, 21}, .accepts = range(1, 2));
+
+int get_wlan_acktimeoutauto(int32_t *timeout) {
+  *timeout = 2;
+  CommandOutput output("uci show wireless.wifi%d.autoack", wlan_index);
+  if (!output) return -1;
+  while (output.next()) take_flag(output.line(), timeout);
+  return 0;
+}
+
+int set_wlan_acktimeoutauto(int32_t timeout) { return store_number(Owner::radio, "autoack", timeout == 1 ? 1 : 0); }

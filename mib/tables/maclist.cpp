@@ -1,0 +1,76 @@
+// The MAC address filter of the network that `maclist_index` selects.
+
+#include <cstring>
+
+#include "core/command.hpp"
+#include "core/scalar.hpp"
+
+using namespace zol;
+
+namespace {
+
+constexpr size_t list_size = 1152;
+
+/// A line of `uci show` with a whole list in it.
+constexpr size_t line_size = 1216;
+
+constexpr const char *policies[] = {"", "allow", "deny"};
+
+}  // namespace
+
+ZOL_INTEGER(maclist_index, .oid = {12, 1}, .accepts = range(0, 15));
+ZOL_STORED_NUMBER(maclist_index)
+
+// 0 no policy, 1 lets in who is on the list, 2 keeps them out.
+ZOL_INTEGER(maclist_enabled, .oid = {12, 2}, .accepts = range(0, 2));
+
+int get_maclist_enabled(int32_t *policy) {
+  *policy = 0;
+  CommandOutput output("uci show wireless.@wifi-iface[%d].macpolicy", maclist_index);
+  if (!output) return -1;
+  if (!output.next_of_at_least(6) || strstr(output.line(), ".macpolicy") == nullptr) return 0;
+  char name[128] = "";
+  copy_field(name, output.line(), 1, '=');
+  for (const int32_t known : {1, 2}) {
+    if (strcmp(name, policies[known]) == 0) *policy = known;
+  }
+  return 0;
+}
+
+int set_maclist_enabled(int32_t policy) {
+  if (policy == 0) {
+    shell("uci set wireless.@wifi-iface[%d].macpolicy='';uci commit wireless", maclist_index);
+  } else if (policy == 1 || policy == 2) {
+    shell("uci set wireless.@wifi-iface[%d].macpolicy=%s;uci commit wireless", maclist_index, policies[policy]);
+  }
+  return 0;
+}
+
+// The addresses, separated by ";" and not checked. UNDO leaves the new text as it is; it is meant so.
+ZOL_TEXT(maclist_macaddr, list_size, .oid = {12, 3}, .accepts = range(0, list_size - 1), .restores = false);
+
+int get_maclist_macaddr(char *list) {
+  list[0] = '\0';
+  CommandOutput<line_size> output("uci show wireless.@wifi-iface[%d].maclist", maclist_index);
+  if (!output) return -1;
+  if (!output.next() || strstr(output.line(), ".maclist=") == nullptr) return 0;
+  copy_text({list, list_size}, text_after(output.line(), "="));
+  zol_replace_a_char(list, ' ', ';');
+  return 0;
+}
+
+int set_maclist_macaddr(const char *list) {
+  shell("uci delete wireless.@wifi-iface[%d].maclist", maclist_index);
+  // There is one entry more than separators. Empty fields are passed over, so the last entries of a list that has some
+  // repeat its last address, and an empty list becomes one empty entry; it is meant so.
+  char address[list_size] = "";
+  const char *separator = list;
+  for (unsigned entry = 0; separator != nullptr; ++entry) {
+    copy_field(address, list, entry, ';');
+    shell("uci add_list wireless.@wifi-iface[%d].maclist=\"%s\"", maclist_index, address);
+    separator = strchr(separator, ';');
+    if (separator != nullptr) ++separator;
+  }
+  shell("uci commit wireless");
+  return 0;
+}
