@@ -229,6 +229,11 @@ class Device:
     def library(self) -> Path:
         return self.build / LIBRARY
 
+    @property
+    def sanitized(self) -> bool:
+        """Whether the library was built with a sanitizer, which keeps freed memory and starts slowly."""
+        return bool(_sanitizer_environment(self.library))
+
     def modules(self) -> list[str]:
         """The modules that the library can load one by one, in an order in which they may be loaded.
 

@@ -158,13 +158,14 @@ def test_reloading_and_asking_much_leave_the_agent_as_it_was(device: Device, bun
     descriptors, memory = agent.open_fds(), agent.rss_kib()
     for _ in range(5):
         agent.hup()
-    assert "zolarc" not in "".join(line for line in agent.log().splitlines() if "duplicate" in line)
-    # The reload itself costs the agent some memory; it must not be ours to speak of.
-    assert agent.rss_kib() - memory < 2048
+    ours = [line for line in agent.log().splitlines() if "duplicate registration" in line and ".32473." in line]
+    assert ours == []
+    # A sanitizer keeps what was freed.
+    assert device.sanitized or agent.rss_kib() - memory < 2048
     memory = agent.rss_kib()
     for _ in range(500):
         agent.get_many(["2.12.0", "1.2.0", "2.6.0", "2.11.0", "3.1.8.0"] * 4)
-    assert agent.rss_kib() - memory < 512
+    assert device.sanitized or agent.rss_kib() - memory < 512
     wait_until(lambda: agent.open_fds() <= descriptors + 2, "no descriptor left open")
     wait_until(lambda: agent.zombies() == 0, "no zombie left")
 
