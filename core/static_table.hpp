@@ -37,25 +37,25 @@ struct Octets {
 /// One column: its number, the magic its records carry, its name, and the reader that produces a cell. The reader's
 /// type is tied to the column's ASN.1 type.
 struct Column {
-  uint8_t number;
-  uint8_t magic;
   const char *name;
-  uint8_t type;
   union Reader {
     int32_t (*integer)(Cell);
     Ipv4 (*address)(Cell);
     Octets (*octets)(Cell);
   } read;
+  uint8_t number;
+  uint8_t magic;
+  uint8_t type;
 };
 
 constexpr Column integer_column(uint8_t number, uint8_t magic, const char *name, int32_t (*read)(Cell)) {
-  return {number, magic, name, ASN_INTEGER, {.integer = read}};
+  return {name, {.integer = read}, number, magic, ASN_INTEGER};
 }
 constexpr Column address_column(uint8_t number, uint8_t magic, const char *name, Ipv4 (*read)(Cell)) {
-  return {number, magic, name, ASN_IPADDRESS, {.address = read}};
+  return {name, {.address = read}, number, magic, ASN_IPADDRESS};
 }
 constexpr Column octets_column(uint8_t number, uint8_t magic, const char *name, Octets (*read)(Cell)) {
-  return {number, magic, name, ASN_OCTET_STR, {.octets = read}};
+  return {name, {.octets = read}, number, magic, ASN_OCTET_STR};
 }
 
 /// The answer for a text: as long as the text is.

@@ -117,9 +117,17 @@ bool scan_word(std::span<char> target, const char *text) {
   return true;
 }
 
-const char *text_after(const char *line, const char *marker) {
+void fill_field(std::span<char> field, const char *source) {
+  const size_t length = strnlen(source, field.size());
+  memcpy(field.data(), source, length);
+  memset(field.data() + length, '\0', field.size() - length);
+}
+
+const char *text_after(const char *line, const char *marker, size_t gap) {
   const char *found = strstr(line, marker);
-  return found == nullptr ? nullptr : found + strlen(marker);
+  if (found == nullptr) return nullptr;
+  found += strlen(marker);
+  return found + strnlen(found, gap);
 }
 
 }  // namespace zol

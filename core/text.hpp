@@ -53,7 +53,12 @@ std::optional<int32_t> scan_int32(const char *&cursor);
 /// `target` unchanged, when only blanks follow.
 bool scan_word(std::span<char> target, const char *text);
 
-/// The text behind the first `marker` in `line`, or null.
-const char *text_after(const char *line, const char *marker);
+/// Copies `source` into a field of a record: cut where it is too long, and then without a terminator; filled with NULs
+/// where it is shorter.
+void fill_field(std::span<char> field, const char *source);
+
+/// The text behind the first `marker` in `line` and `gap` more characters, or null. The text is empty when the line ends
+/// before.
+const char *text_after(const char *line, const char *marker, size_t gap = 0);
 
 }  // namespace zol
