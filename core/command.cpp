@@ -16,7 +16,9 @@
 namespace {
 
 constexpr size_t command_size = 256;
-constexpr size_t most_words = 32;
+/// For the runners, and what such a text can hold.
+constexpr size_t usual_words = 32;
+constexpr size_t most_words = command_size / 2;
 
 /// The words of a command, as the exec step takes them.
 struct Words {
@@ -35,16 +37,16 @@ bool is_blank(char character) { return strchr(" \t\n\v\f\r", character) != nullp
   return false;
 }
 
-/// Splits `words.text` at white space, in place. False when it has more words than fit.
-bool split(Words &words) {
+/// Splits `words.text` at white space, in place. False when it has more than `most` words.
+bool split(Words &words, size_t most = usual_words) {
   bool in_word = false;
   for (char *character = words.text.data(); *character != '\0'; ++character) {
     if (is_blank(*character)) {
       *character = '\0';
       in_word = false;
     } else if (!in_word) {
-      if (words.count == most_words) {
-        zol::log_line("a command of more than %zu words was not run: %s ...", most_words, words.argument[0]);
+      if (words.count == most) {
+        zol::log_line("a command of more than %zu words was not run: %s ...", most, words.argument[0]);
         return false;
       }
       words.argument[words.count++] = character;
@@ -127,8 +129,7 @@ int run_system(const char *format, ...) {
   va_start(arguments, format);
   const bool fits = format_command(text, format, arguments);
   va_end(arguments);
-  if (!fits) return -1;
-  zol::shell("%s", text.data());
+  if (fits) zol::shell("%s", text.data());
   return 0;
 }
 
@@ -215,7 +216,7 @@ int run_words(const char *command) {
   Words words;
   // A longer command is cut at the buffer's end here, unlike the runners', which refuse it.
   strncpy(words.text.data(), command, words.text.size() - 1);
-  if (!split(words)) return -1;
+  if (!split(words, most_words)) return -1;
   if (words.count == 0) return 0;
   keep_descriptors();
   const pid_t child = vfork();
@@ -278,7 +279,9 @@ void LineReader::close() {
 }
 
 bool LineReader::read() {
-  if (stream_ == nullptr || fgets(line_, static_cast<int>(size_), stream_) == nullptr) {
+  // The stream is not locked: nobody else uses it, and a sampling thread whose command hangs must not hold a lock that
+  // the C library asks for when the agent ends.
+  if (stream_ == nullptr || fgets_unlocked(line_, static_cast<int>(size_), stream_) == nullptr) {
     line_[0] = '\0';
     length_as_read_ = 0;
     return false;

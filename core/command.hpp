@@ -12,14 +12,14 @@
 extern "C" {
 
 /// The four runners format a command of at most 255 characters and 32 words. A command that does not fit is not run and
-/// not cut: the runner answers -1 and writes one line to standard error. A command of only blanks starts nothing and
-/// counts as run. None of them reports the command's own exit status.
+/// not cut: the runner answers as for a failed start and writes one line to standard error. A command of only blanks
+/// starts nothing and counts as run. None of them reports the command's own exit status.
 
 /// Writes the command line to standard error, runs it without a shell (split at white space, no quoting) and waits.
 /// @return 0, or -1 when no process could be started
 ZOL_EXPORT int run_script(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
-/// Runs the command through the shell and waits. @return 0; -1 only for a command that does not fit
+/// Runs the command through the shell, which bounds no number of words, and waits. @return 0 always
 ZOL_EXPORT int run_system(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 /// Runs the command without a shell, detached from the agent, and does not wait for it.
@@ -36,7 +36,8 @@ namespace zol {
 /// Runs one command line of any length through the shell and waits. What the command answers is not looked at.
 [[gnu::format(printf, 1, 2)]] void shell(const char *format, ...);
 
-/// Runs `command` without a shell, split into words, and waits. @return 0, or -1 when no process could be started
+/// Runs the first 255 characters of `command` without a shell, split into words, and waits.
+/// @return 0, or -1 when no process could be started
 int run_words(const char *command);
 
 /// A command line put together piece by piece, of any length.

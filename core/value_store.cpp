@@ -30,6 +30,18 @@ const char *store_path() {
   return moved != nullptr ? moved : ZOL_VALUE_STORE;
 }
 
+/// Reads a line without its newline, which the last one may lack; a line that is too long for any text is cut.
+bool read_line(FILE *file, Line &line) {
+  size_t length = 0;
+  int character = fgetc(file);
+  if (character == EOF) return false;
+  for (; character != '\n' && character != EOF; character = fgetc(file)) {
+    if (length + 1 < line.size()) line[length++] = static_cast<char>(character);
+  }
+  line[length] = '\0';
+  return true;
+}
+
 /// The escaped text of `line` when it is the line of `key`, else null.
 const char *text_of(const char *line, const char *key) {
   const size_t length = strlen(key);
@@ -38,7 +50,7 @@ const char *text_of(const char *line, const char *key) {
 
 void unescape(const char *from, std::span<char> text) {
   size_t length = 0;
-  for (; *from != '\0' && *from != '\n' && length + 1 < text.size(); ++from) {
+  for (; *from != '\0' && length + 1 < text.size(); ++from) {
     char character = *from;
     if (character == '\\' && from[1] != '\0') {
       ++from;
@@ -93,8 +105,8 @@ bool write_copy(const char *source, const char *target, const char *key, const c
   }
   if (FILE *present = fopen(source, "re")) {
     Line line;
-    while (fgets(line.data(), line.size(), present) != nullptr) {
-      if (text_of(line.data(), key) == nullptr) fputs(line.data(), copy);
+    while (read_line(present, line)) {
+      if (text_of(line.data(), key) == nullptr) fprintf(copy, "%s\n", line.data());
     }
     fclose(present);
   } else if (errno != ENOENT) {
@@ -168,7 +180,7 @@ void read_value(const char *key, std::span<char> text) {
   FILE *file = fopen(store_path(), "re");
   if (file == nullptr) return;
   Line line;
-  while (fgets(line.data(), line.size(), file) != nullptr) {
+  while (read_line(file, line)) {
     if (const char *found = text_of(line.data(), key)) {
       unescape(found, text);
       break;

@@ -23,17 +23,17 @@ constexpr size_t shortest_line = 6;
 ZOL_TEXT(ap_name, name_size, .oid = {2, 1}, .accepts = range(1, 32));
 
 int get_ap_name(char *name) {
+  char stored[name_size] = "";
+  read_value(host_name_key, stored);
   const std::span<char> value(name, name_size);
-  read_value(host_name_key, value);
+  if (*stored != '\0') copy_text(value, stored);
   CommandOutput output("uci show system.@system[0].hostname");
   if (!output) return -1;
   while (output.next_of_at_least(shortest_line)) {
-    char current[name_size];
-    copy_text(current, name);
-    copy_field(current, output.line(), 1, '=');
+    copy_field(value, output.line(), 1, '=');
     // The store is on flash: it is written only when the name has changed.
-    if (strcmp(current, name) != 0) snmp_write2file(host_name_key, current);
-    copy_text(value, current);
+    if (strcmp(name, stored) != 0) snmp_write2file(host_name_key, name);
+    copy_text(stored, name);
   }
   return 0;
 }

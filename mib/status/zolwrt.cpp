@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -166,7 +167,8 @@ int32_t transmitted(const char *interface, Counter what) {
 }
 
 /// Truncated towards zero. A rate stays far below 2^31: it is a 32-bit number of bits per 1024 and second.
-int32_t whole(float rate) { return static_cast<int32_t>(rate); }
+/// A rate that the sampling threads write at any time.
+int32_t whole(float &rate) { return static_cast<int32_t>(std::atomic_ref(rate).load(std::memory_order_relaxed)); }
 
 /// One object: what is published about it, the magic of its row, its reader (whose type goes with the object's) and the
 /// write method handed out for it.
