@@ -56,7 +56,7 @@ TEST_F(ValueStore, KeepsTheTextsOfAFileThatSomebodyEdited) {
     std::string file;
   };
   const Case cases[] = {{"no newline at the end", "0.3.1=kept"},
-                        {"a NUL in a line", std::string("0.3.9=a\0b\n0.3.1=kept\n", 19)},
+                        {"a NUL in a line", std::string("0.3.9=a\0b\n0.3.1=kept\n", 21)},
                         {"a line too long to be a text", std::string(600, 'x') + "0.3.2=no\n0.3.1=kept\n"},
                         {"an empty line", "\n0.3.1=kept\n"}};
   for (const Case &expected : cases) {

@@ -1,0 +1,205 @@
+// The firmware upgrade: fetching an image over FTP, telling its version and checksum, flashing it.
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "core/clock.hpp"
+#include "core/command.hpp"
+#include "core/scalar.hpp"
+#include "mib/device/device.hpp"
+#include "mib/provisioning/provisioning.hpp"
+
+using namespace zol;
+
+namespace {
+
+// One file under two names: /var is a link to /tmp.
+constexpr const char *download_path = "/var/firmware.img";
+constexpr const char *flash_path = "/tmp/firmware.img";
+
+/// The outcome of a transfer, as the station reads it.
+enum TransferStatus : int32_t { started = 0, ready_to_flash = 1, failed = 2 };
+
+constexpr size_t setting_size = 4096;
+constexpr size_t version_column = 16;
+constexpr size_t date_size = sizeof "2011-11-11";
+
+using Stamp = std::array<char, 20>;
+
+Stamp stamp_now() {
+  Stamp stamp{};
+  zoel_print_time(stamp.data());
+  return stamp;
+}
+
+/// A setting of the section apc.setting, whole however long it is.
+class Setting {
+ public:
+  explicit Setting(const char *key) { services_get_string(key, text_.data()); }
+  [[nodiscard]] const char *text() const { return text_.data(); }
+  [[nodiscard]] int32_t number() const { return to_int32(text()); }
+
+ private:
+  std::array<char, setting_size> text_{};
+};
+
+/// What a downloaded image and the running system say of themselves.
+struct Versions {
+  std::array<char, version_column + 1> image{};
+  std::array<char, 33> current{};
+};
+
+void record_missing_file(const char *stamp) {
+  // Committed together with the reason.
+  shell("uci set apc.setting.apcTransferStatus=%d", failed);
+  std::array<char, 64> reason{};
+  snprintf(reason.data(), reason.size(), "[%s] %s", stamp, "File not found");
+  set_apc_failreason(reason.data());
+}
+
+void record_image(const char *stamp, const Versions &versions) {
+  std::array<char, 128> checksum{};
+  get_file_checksum(download_path, checksum.data());
+  shell("uci set apc.setting.apcFileChecksum=%s;uci commit apc", checksum.data());
+
+  CommandLine outcome;
+  if (strstr(versions.image.data(), "unknown") != nullptr) {
+    outcome.append("uci set apc.setting.apcTransferStatus=%d", failed);
+    outcome.append(";uci set apc.setting.apcTransferFailReason='[%s] File in wrong format!'", stamp);
+  } else {
+    std::array<char, date_size> image_date{};
+    std::array<char, date_size> current_date{};
+    version_date(versions.image.data(), image_date.data());
+    version_date(versions.current.data(), current_date.data());
+    outcome.append("uci set apc.setting.apcTransferStatus=%d", ready_to_flash);
+    outcome.append(
+        ";uci set apc.setting.apcTransferFailReason='[%s] Download done(New version: %s(%s). Current "
+        "version:%s(%s))'",
+        stamp, versions.image.data(), image_date.data(), versions.current.data(), current_date.data());
+  }
+  outcome.append(";uci commit apc");
+  outcome.run();
+}
+
+}  // namespace
+
+int file_exist(const char *path) {
+  const int file = open(path, O_RDONLY | O_CLOEXEC);
+  if (file == -1) return -1;
+  close(file);
+  return 0;
+}
+
+int get_file_checksum(const char *path, char *out) {
+  out[0] = '\0';
+  CommandOutput output("md5sum %s", path);
+  if (!output || !output.next() || strchr(output.line(), '/') == nullptr) return -1;
+  copy_field({out, 128}, output.line(), 0, ' ');
+  return 0;
+}
+
+int get_file_version_from_img(const char *path, char *out) {
+  out[0] = '\0';
+  CommandOutput output("hexdump -s 0xf8 -n 32 -C %s", path);
+  if (!output) return -1;
+  const char *column = output.find("|");
+  if (column == nullptr) return 0;
+  // An image that ends inside the column has the bar behind it taken along.
+  copy_text({out, version_column + 1}, column + 1);
+
+  char *number = strstr(out, " v");
+  constexpr size_t shortest_number = 5;
+  if (number != nullptr && strlen(number) > shortest_number) {
+    if (char *dot = strchr(number + shortest_number, '.')) *dot = '\0';
+  }
+  return 1;
+}
+
+int version_date(const char *version, char *out) {
+  constexpr size_t digits = 6;
+  const char *date = text_after(version, "_b");
+  if (date != nullptr && strlen(date) >= digits) {
+    snprintf(out, date_size, "20%.2s-%.2s-%.2s", date, date + 2, date + 4);
+  } else {
+    copy_text({out, date_size}, "2011-11-11");
+  }
+  return 0;
+}
+
+int num_days(const char *date) {
+  tm parts{};
+  if (strptime(date, "%F", &parts) == nullptr) return 0;
+  constexpr time_t epoch = 0;
+  constexpr int seconds_of_a_day = 24 * 60 * 60;
+  return static_cast<int>(difftime(timegm(&parts), epoch) / seconds_of_a_day);
+}
+
+ZOL_INTEGER(apc_download, .oid = {21, 12}, .accepts = range(0, 1));
+
+int get_apc_download(int32_t *value) {
+  *value = apc_download;
+  return 0;
+}
+
+int set_apc_download(int32_t value) {
+  const int32_t load_flag = Setting("apc.setting.apcLoadFlag").number();
+  const int32_t file_type = Setting("apc.setting.apcTypeOfFile").number();
+  const Setting user("apc.setting.apcSrvUserName");
+  const Setting password("apc.setting.apcSrvPasswd");
+  const Setting address("apc.setting.apcSrvIpAddress");
+  const int32_t port = Setting("apc.setting.apcSrvPort").number();
+  const Setting file("apc.setting.apcFileName");
+  Versions versions;
+  get_fw_version(versions.current.data());
+  std::array<char, 4 * setting_size + sizeof "ftp://:@:-2147483648/"> url{};
+  snprintf(url.data(), url.size(), "ftp://%s:%s@%s:%d/%s", user.text(), password.text(), address.text(), port,
+           file.text());
+  if (value != 1 || load_flag != 1 || file_type != load_flag) return 0;
+
+  const Stamp stamp = stamp_now();
+  set_apc_status(started);
+  if (file_exist(download_path) == 0) shell("rm -rf %s", download_path);
+  shell("cd /tmp;wget '%s' -O %s", url.data(), download_path);
+
+  if (get_file_version_from_img(download_path, versions.image.data()) != 1) copy_text(versions.image, "unknown");
+  set_apc_fwversion(versions.image.data());
+  const bool found = file_exist(download_path) == 0;
+  if (found) {
+    record_image(stamp.data(), versions);
+  } else {
+    record_missing_file(stamp.data());
+  }
+  // The address carries the user name and the password into the log; it is meant so.
+  shell("echo '[%s] Download from [%s]. %s...' >> /etc/log_pnar.txt", stamp.data(), url.data(),
+        found ? "File is found" : "File was not found");
+  return 0;
+}
+
+ZOL_INTEGER(apc_confirm, .oid = {21, 13}, .accepts = range(0, 1));
+
+int get_apc_confirm(int32_t *value) {
+  *value = apc_confirm;
+  return 0;
+}
+
+int set_apc_confirm(int32_t) {
+  const Stamp stamp = stamp_now();
+  const int32_t status = Setting("apc.setting.apcTransferStatus").number();
+  if (file_exist(flash_path) != 0 || status != ready_to_flash) {
+    shell("echo '[%s] Source of upgraded firmware not found or transferring status failed...' >> /etc/log_pnar.txt",
+          stamp.data());
+    return 0;
+  }
+  shell("echo '[%s] Flashing new firmware...Please wait for a while...' >> /etc/log_pnar.txt", stamp.data());
+  // What the image check answers is not looked at. The upgrade needs the memory of the SSH and web servers.
+  shell(
+      "rm -rf /tmp/ftproot/*.img;. /lib/upgrade/platform.sh;. /lib/functions.sh; include /lib/upgrade; "
+      "platform_check_image /tmp/firmware.img >/dev/null;killall dropbear uhttpd; sleep 1; /sbin/sysupgrade "
+      "/tmp/firmware.img");
+  return 0;
+}

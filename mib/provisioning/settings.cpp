@@ -1,0 +1,143 @@
+// The provisioning settings: what a management station stores for a download and reads back after it, in the UCI
+// section apc.setting, and two texts that are handed to provisioning scripts.
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+#include "core/command.hpp"
+#include "core/scalar.hpp"
+#include "mib/provisioning/provisioning.hpp"
+
+using namespace zol;
+
+namespace {
+
+constexpr size_t longest_line = 4096;
+constexpr size_t longest_text = 4096;
+
+enum class Found { text, nothing, no_command };
+
+/// `services_get_string`, telling a missing option from a command that cannot be started.
+Found read_option(const char *key, std::span<char> text) {
+  text[0] = '\0';
+  CommandOutput<longest_line> output("uci show -q %s", key);
+  if (!output) return Found::no_command;
+  // The section may be printed under another name than it was asked for; the option's own name tells.
+  const char *dot = strrchr(key, '.');
+  std::array<char, 128> marker{};
+  snprintf(marker.data(), marker.size(), "%s=", dot == nullptr ? key : dot);
+  if (!output.next_without_newline() || strstr(output.line(), marker.data()) == nullptr) return Found::nothing;
+  copy_field(text, output.line(), 1, '=');
+  return Found::text;
+}
+
+/// Reads an option; a missing one reads as an empty text. @return what get_X returns
+int read_text(const char *key, std::span<char> text) { return read_option(key, text) == Found::no_command ? -1 : 0; }
+
+int read_number(const char *key, int32_t *number) {
+  std::array<char, 128> text{};
+  const int result = read_text(key, text);
+  *number = to_int32(text.data());
+  return result;
+}
+
+int store_number(const char *option, int32_t number) {
+  shell("uci set apc.setting.%s=%d;uci commit apc", option, number);
+  return 0;
+}
+
+/// The text stands between single quotes as it is, so one that holds a single quote ends them; it is meant so.
+int store_text(const char *option, const char *text) {
+  shell("uci set apc.setting.%s='%s';uci commit apc", option, text);
+  return 0;
+}
+
+}  // namespace
+
+int services_get_string(const char *key, char *out) {
+  return read_option(key, {out, longest_line}) == Found::text ? 0 : -1;
+}
+
+/// A number kept in the option OPTION of apc.setting.
+#define APC_NUMBER(NAME, OPTION, ...)                                                    \
+  ZOL_INTEGER(NAME, __VA_ARGS__);                                                        \
+  int get_##NAME(int32_t *number) { return read_number("apc.setting." OPTION, number); } \
+  int set_##NAME(int32_t number) { return store_number(OPTION, number); }                \
+  static_assert(true)
+
+/// A text of 1 to LONGEST characters kept in the option OPTION of apc.setting.
+#define APC_TEXT(NAME, LONGEST, OPTION, ...)                                                              \
+  ZOL_TEXT(NAME, (LONGEST) + 1, __VA_ARGS__, .accepts = range(1, LONGEST));                               \
+  int get_##NAME(char *text) { return read_text("apc.setting." OPTION, std::span(text, (LONGEST) + 1)); } \
+  int set_##NAME(const char *text) { return store_text(OPTION, text); }                                   \
+  static_assert(true)
+
+APC_NUMBER(apc_loadflag, "apcLoadFlag", .oid = {21, 1}, .accepts = range(1, 3));
+APC_TEXT(apc_filename, 128, "apcFileName", .oid = {21, 2});
+APC_NUMBER(apc_filetype, "apcTypeOfFile", .oid = {21, 3}, .accepts = range(1, 3));
+// Ports above 35535 are refused; it is meant so.
+APC_NUMBER(apc_port, "apcSrvPort", .oid = {21, 5}, .accepts = range(1, 35535));
+APC_TEXT(apc_username, 32, "apcSrvUserName", .oid = {21, 6});
+APC_TEXT(apc_password, 32, "apcSrvPasswd", .oid = {21, 7});
+APC_NUMBER(apc_status, "apcTransferStatus", .oid = {21, 8}, .accepts = range(0, 2));
+APC_TEXT(apc_failreason, 256, "apcTransferFailReason", .oid = {21, 9});
+APC_TEXT(apc_filecsum, 64, "apcFileChecksum", .oid = {21, 10});
+APC_TEXT(apc_fwversion, 32, "apcFileVersion", .oid = {21, 11});
+APC_NUMBER(apc_tx_amap, "transmit_antenna", .oid = {20, 12}, .accepts = range(0, 65535));
+APC_NUMBER(apc_rx_amap, "received_antenna", .oid = {20, 13}, .accepts = range(0, 65535));
+
+ZOL_ADDRESS(apc_ipaddr, .oid = {21, 4});
+
+int get_apc_ipaddr(Ipv4 *address) {
+  *address = 0;
+  CommandOutput output("uci show apc | grep \"apc.setting.apcSrvIpAddress\"");
+  if (!output) return -1;
+  if (output.find("=") != nullptr) {
+    char text[128] = "";
+    copy_field(text, output.line(), 1, '=');
+    *address = parse_ipv4(text);
+  }
+  return 0;
+}
+
+int set_apc_ipaddr(Ipv4 address) {
+  shell("uci set apc.setting.apcSrvIpAddress=%s;uci commit apc", DottedQuad(address).text());
+  return 0;
+}
+
+// A text for the provisioning script, which stores it or acts on it as it likes. The only text here that may be empty:
+// the script then runs without an argument.
+ZOL_TEXT(apc_text, longest_text + 1, .oid = {20, 8, 1, 1}, .accepts = range(0, longest_text));
+
+int get_apc_text(char *text) { return read_text("apc.setting.apc_text", {text, longest_text + 1}); }
+
+int set_apc_text(const char *text) {
+  shell("/lib/bramo/apc_set_ap %s ", text);
+  return 0;
+}
+
+// A setting by its name, "<option> <value>", and with two words more a script to run afterwards with its argument. Any
+// other number of words is accepted and does nothing.
+ZOL_TEXT(apc_discovery, longest_text + 1, .oid = {20, 14}, .accepts = range(1, longest_text));
+
+int get_apc_discovery(char *text) {
+  copy_text({text, longest_text + 1}, "Please use UCI command line to show your value");
+  return 0;
+}
+
+int set_apc_discovery(const char *text) {
+  const int words = zol_countElementOf_(text, ' ');
+  if (words != 2 && words != 4) return 0;
+  char first[longest_text + 1];
+  char second[longest_text + 1];
+  copy_field(first, text, 0, ' ');
+  copy_field(second, text, 1, ' ');
+  shell("uci set apc.setting.%s=%s;uci commit apc", first, second);
+  if (words == 4) {
+    copy_field(first, text, 2, ' ');
+    copy_field(second, text, 3, ' ');
+    shell("/bin/sh %s %s", first, second);
+  }
+  return 0;
+}

@@ -1,0 +1,37 @@
+// VLAN operation as a whole: switching it on (1) and off (2), and making the network take over what was edited.
+
+#include "core/command.hpp"
+#include "core/scalar.hpp"
+
+using namespace zol;
+
+ZOL_INTEGER(vlan_enabled, .oid = {22, 1}, .accepts = range(1, 2));
+
+int get_vlan_enabled(int32_t *enabled) {
+  *enabled = 2;
+  CommandOutput<256> output("uci show vlanac.activation.enabled");
+  if (!output) return -1;
+  if (output.find("enabled=1") != nullptr) *enabled = 1;
+  return 0;
+}
+
+int set_vlan_enabled(int32_t enabled) {
+  shell("uci set vlanac.activation.enabled=%d;uci commit vlanac", enabled == 1 ? 1 : 0);
+  return 0;
+}
+
+// 1 reloads the network; 0 and 2 do nothing.
+ZOL_INTEGER(vlan_applied, .oid = {22, 6}, .accepts = range(0, 2));
+
+int get_vlan_applied(int32_t *value) {
+  *value = vlan_applied;
+  return 0;
+}
+
+int set_vlan_applied(int32_t value) {
+  if (value != 1) return 0;
+  // The reload takes down the interfaces that the answer travels on, so it runs in the background, and it must not see
+  // the agent's environment.
+  shell("uci set vlanac.activation.running=1;uci commit vlanac;env -i /etc/init.d/network reload > /dev/null &");
+  return 0;
+}
