@@ -41,7 +41,9 @@ def device(tmp_path: Path, build_dir: Path) -> Iterator[Device]:
 
 @pytest.fixture
 def agent(device: Device) -> Agent:
-    """An agent on the fresh device with the library loaded by a single line. What its start ran is not in the journal."""
-    started = device.start_agent()
+    """An agent on the fresh device with every module loaded by a line of its own.
+
+    So nothing samples in the background: the journal holds what requests have run, and nothing of the start."""
+    started = device.start_agent(device.modules())
     device.clear_journal()
     return started

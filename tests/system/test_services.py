@@ -182,7 +182,7 @@ def test_the_automatic_reboot_follows_its_schedule(device: Device, agent: Agent)
     agent.set("18.1.0", "i", 1)
     agent.set("18.2.0", "s", "--by-hour=9")
     agent.stop()
-    agent = device.start_agent()
+    agent = device.start_agent(device.modules())
     assert (agent.get("18.1.0").value, agent.get("18.2.0").text) == (1, "--by-hour=9")
     assert [call for call in device.calls() if "autoreboot" in call[0]] == [
         ["/etc/autoreboot_by_time", "03:30"], ["/etc/autoreboot_by_hour", "9"]]
