@@ -26,9 +26,8 @@ void StaticTable::deinit() {
 }
 
 void StaticTable::fill_records() {
-  const size_t rows = records_.size() / columns_.size();
   size_t index = 0;
-  for (size_t row = 1; row <= rows; ++row) {
+  for (size_t row = 1; row <= capacity(); ++row) {
     for (const Column &column : columns_) {
       variable7 &record = records_[index++];
       record.magic = column.magic;
@@ -51,14 +50,18 @@ unsigned char *StaticTable::find(variable *record, oid *name, size_t *length, in
   if (!matches(record, name, length, exact, value_length, write_method)) return nullptr;
 
   const oid number = record->name[record->namelen - 2U];
-  const Cell cell{static_cast<int32_t>(record->name[record->namelen - 1U])};
-  if (number == 1 && cell.row == 1 && spec_.refresh != nullptr) spec_.refresh();
+  const oid row = record->name[record->namelen - 1U];
+  // Readers count on it: a row is an index into what they keep.
+  if (row < 1 || row > capacity()) return nullptr;
+  const Cell cell{static_cast<int32_t>(row)};
+  if (number == 1 && row == 1 && spec_.refresh != nullptr) spec_.refresh();
   if (spec_.live_rows != nullptr && cell.row > spec_.live_rows()) return nullptr;
   for (const Column &column : columns_) {
     if (column.magic != record->magic) continue;
     if (spec_.select != nullptr && !spec_.select(cell)) return nullptr;
     return read(column, cell, value_length);
   }
+  snmp_set_detail("no column has this magic");
   return nullptr;
 }
 

@@ -23,7 +23,7 @@
 
 namespace zol {
 
-/// Which cell is asked for; rows count from 1.
+/// Which cell is asked for; rows count from 1 and lie within the table's capacity.
 struct Cell {
   int32_t row;
 };
@@ -99,6 +99,8 @@ class StaticTable {
                       WriteMethod **write_method);
 
  private:
+  /// How many rows are registered.
+  [[nodiscard]] size_t capacity() const { return records_.size() / columns_.size(); }
   void fill_records();
   unsigned char *read(const Column &column, Cell cell, size_t *value_length);
 

@@ -1,6 +1,7 @@
 #include "tests/unit/scripted_shell.hpp"
 
 #include <dlfcn.h>
+#include <sys/mman.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -38,11 +39,12 @@ std::vector<std::string> ScriptedShell::commands() {
 
 bool ScriptedShell::record(const std::string &command) {
   const std::lock_guard lock(guard);
-  if (can_start_) commands_.push_back(command);
-  return can_start_;
+  if (!can_start_ || refused_.count(command) != 0) return false;
+  commands_.push_back(command);
+  return true;
 }
 
-const std::string &ScriptedShell::output_of(const std::string &command) {
+std::string ScriptedShell::output_of(const std::string &command) {
   const std::lock_guard lock(guard);
   return outputs_[command];
 }
@@ -53,8 +55,8 @@ FILE *popen(const char *command, const char *modes) {
   ScriptedShell *shell = ScriptedShell::current();
   if (shell == nullptr) return original<FILE *(const char *, const char *)>("popen")(command, modes);
   if (!shell->record(command)) return nullptr;
-  const std::string &output = shell->output_of(command);
-  FILE *stream = tmpfile();
+  const std::string output = shell->output_of(command);
+  FILE *stream = fdopen(memfd_create("output", MFD_CLOEXEC), "w+");
   fwrite(output.data(), 1, output.size(), stream);
   rewind(stream);
   const std::lock_guard lock(guard);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -16,8 +17,9 @@ class ScriptedShell {
   /// What `command` prints from now on.
   ScriptedShell &answers(const std::string &command, const std::string &output);
 
-  /// From now on no command can be started.
+  /// From now on no command can be started, or just this one.
   void cannot_start() { can_start_ = false; }
+  void cannot_start(const std::string &command) { refused_.insert(command); }
 
   /// Every command line since the last call, popen() and system() alike, in order.
   std::vector<std::string> commands();
@@ -25,10 +27,11 @@ class ScriptedShell {
   // For the stand-ins of popen() and system().
   static ScriptedShell *current();
   bool record(const std::string &command);
-  const std::string &output_of(const std::string &command);
+  std::string output_of(const std::string &command);
 
  private:
   std::map<std::string, std::string> outputs_;
   std::vector<std::string> commands_;
+  std::set<std::string> refused_;
   bool can_start_ = true;
 };
