@@ -2,12 +2,9 @@
 
 #include <cstring>
 
+#include "agent/bundle.hpp"
+#include "agent/sampling.hpp"
 #include "core/module.hpp"
-
-extern "C" {
-ZOL_EXPORT void init_netsnmpzolarc(void);
-ZOL_EXPORT void deinit_netsnmpzolarc(void);
-}
 
 namespace {
 
@@ -25,8 +22,10 @@ void init_netsnmpzolarc(void) {
   for (const zol::Module *module : zol::modules()) {
     if (!is_first(*module)) module->init();
   }
+  zol::schedule_sampling();
 }
 
 void deinit_netsnmpzolarc(void) {
+  zol::stop_sampling();
   for (const zol::Module *module : zol::modules()) module->deinit();
 }

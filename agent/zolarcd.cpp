@@ -4,6 +4,7 @@
 #include <getopt.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -114,7 +115,7 @@ void on_signal(int number) {
     return;
   }
   stop_asked = 1;
-  netsnmp_running = 0;
+  std::atomic_ref(netsnmp_running).store(0, std::memory_order_relaxed);
 }
 
 /// Signals interrupt the wait for requests, so that they are acted on at once.

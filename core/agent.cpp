@@ -1,5 +1,6 @@
 #include "core/agent.hpp"
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 
@@ -8,8 +9,10 @@ int32_t is_apply_change = 0;
 
 namespace zol {
 
+bool agent_runs() { return std::atomic_ref(netsnmp_running).load(std::memory_order_relaxed) != 0; }
+
 void request_restart() {
-  netsnmp_running = 0;
+  std::atomic_ref(netsnmp_running).store(0, std::memory_order_relaxed);
   is_reset = 1;
 }
 

@@ -32,6 +32,9 @@ namespace zol {
 /// What the agent calls to answer a GET or GETNEXT of a row.
 using FindMethod = unsigned char *(variable *, oid *, size_t *, int, size_t *, WriteMethod **);
 
+/// Whether the agent is in its main loop and stays there, for any thread to ask.
+bool agent_runs();
+
 /// Makes the agent leave its main loop after the current request and tells the hosting agent to start again.
 void request_restart();
 

@@ -1,22 +1,101 @@
-// The table of associated stations.
+// The table of associated stations (5.1), served from the list that the sampling tasks keep.
 
+#include <cstring>
+
+#include "core/command.hpp"
+#include "core/conf_file.hpp"
 #include "core/enterprise.hpp"
-#include "core/module.hpp"
+#include "core/static_table.hpp"
+#include "mib/clients/client_list.hpp"
+#include "mib/clients/clients.hpp"
+#include "mib/clients/driver.hpp"
+#include "mib/clients/stations.hpp"
 #include "mib/device/device.hpp"
 
-extern "C" {
-ZOL_EXPORT void init_zol_AssociatedClients(void);
-ZOL_EXPORT void deinit_zol_AssociatedClients(void);
+using namespace zol;
+
+namespace {
+
+/// The station whose row is asked for: a copy that only the agent's thread touches, valid until its next request.
+ClientRecord current;
+
+bool select_row(Cell cell) { return client_list::copy(static_cast<size_t>(cell.row - 1), current); }
+
+template <auto field>
+int32_t number(Cell) {
+  return current.*field;
 }
 
-void init_zol_AssociatedClients(void) {
+template <auto field>
+Octets text(Cell) {
+  return text_answer(current.*field);
+}
+
+Octets address(Cell) {
+  static MacOctets octets;
+  octets = mac_octets(current.mac_text);
+  return {octets.data(), mac_length};
+}
+
+using R = ClientRecord;
+
+// There is no column 11.
+constexpr Column columns[] = {
+    octets_column(1, 101, "client_mac", address),
+    octets_column(2, 146, "client_ssid", text<&R::ssid>),
+    integer_column(3, 104, "client_rssi", number<&R::rssi>),
+    octets_column(4, 149, "client_signal_chains", text<&R::signal_chains>),
+    integer_column(5, 148, "client_noise", number<&R::noise>),
+    integer_column(6, 102, "client_tx_rate", number<&R::tx_rate>),
+    integer_column(7, 145, "client_rx_rate", number<&R::rx_rate>),
+    integer_column(8, 147, "client_txccq", number<&R::txccq>),
+    address_column(9, 150, "client_ip", [](Cell) { return current.ip_address; }),
+    octets_column(10, 151, "client_uptime", text<&R::uptime_text>),
+    integer_column(12, 108, "client_rx_data", number<&R::rx_data_copy>),
+    integer_column(13, 110, "client_rx_bytes", number<&R::rx_bytes>),
+    integer_column(14, 126, "client_tx_data", number<&R::tx_data_copy>),
+    integer_column(15, 128, "client_tx_bytes", number<&R::tx_bytes>),
+    integer_column(16, 152, "client_tx_auth", number<&R::tx_auth>),
+    integer_column(17, 141, "client_tx_err_packets", number<&R::tx_err_packets>),
+    integer_column(18, 142, "client_rx_err_packets", number<&R::rx_err_packets>),
+    integer_column(19, 153, "client_tx_discard", number<&R::tx_discard>),
+    integer_column(20, 154, "client_auth_ok", number<&R::auth_ok>),
+    integer_column(21, 155, "client_assoc_ok", number<&R::assoc_ok>),
+};
+
+constexpr Token tokens[] = {
+    {"rssidbm", [](const char *, char *value) { report_rssi_in_dbm(strcmp(value, "false") != 0); }, nullptr},
+};
+
+/// Every other module registers below the enterprise number that is read here: this one is always the first.
+void prepare() {
   get_snmp_enterprise_oid(&snmp_enterprise_oid);
+  // The name is stored again where the agent and the value store look for it.
   char name[33] = "";
   get_ap_name(name);
   set_ap_name(name);
+  releaseList();
+  confAlias("/etc/sys.conf", "sys");
+  confAlias("/home/web/en/english.msg", "language");
+  confAlias("/home/web/jp/label.conf", "label");
 }
 
-void deinit_zol_AssociatedClients(void) {}
+}  // namespace
 
-ZOL_REGISTER(zol_AssociatedClients, "zol_AssociatedClients", init_zol_AssociatedClients, deinit_zol_AssociatedClients,
-             nullptr, 0)
+ZOL_TABLE(zol_AssociatedClients, var_ClientInfoTable, most_stations, columns, tokens, .entry = {5, 1},
+          .select = select_row, .only_while_running = true, .prepare = prepare);
+
+void shutdown_zol_AssociatedClients(void) { client_list::clear(client_list::Former::keep); }
+void releaseList(void) { client_list::clear(client_list::Former::drop); }
+
+int RunScript(const char *command) { return run_words(command); }
+
+// Placeholders: no row refers to them.
+#define ZOL_NO_VALUE(FIND) \
+  unsigned char *FIND(variable *, oid *, size_t *, int, size_t *, WriteMethod **) { return nullptr; }
+ZOL_NO_VALUE(var_RemoteAPInfoTable)
+ZOL_NO_VALUE(var_VAPInfoTable)
+ZOL_NO_VALUE(var_STAInfoTable)
+ZOL_NO_VALUE(var_APInfoTable)
+ZOL_NO_VALUE(var_associatedClientsTable)
+#undef ZOL_NO_VALUE

@@ -1,0 +1,255 @@
+// Who is associated, and what the system's tools tell about one station.
+
+#include "mib/clients/stations.hpp"
+
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <optional>
+
+#include "core/clock.hpp"
+#include "core/command.hpp"
+#include "core/text.hpp"
+#include "mib/clients/clients.hpp"
+#include "mib/clients/counters.hpp"
+#include "mib/services/services.hpp"
+#include "mib/tables/tables.hpp"
+
+using namespace zol;
+
+namespace {
+
+constexpr size_t chains_size = 20;
+constexpr size_t uptime_size = 44;
+
+// The ways in which the tools write an address.
+
+using Octets6 = std::array<unsigned, mac_length>;
+using MacText = std::array<char, 24>;
+
+MacText lower_case(const Octets6 &mac) {
+  MacText text{};
+  snprintf(text.data(), text.size(), "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+  return text;
+}
+
+MacText upper_case(const Octets6 &mac) {
+  MacText text = lower_case(mac);
+  zol_strtoupper(text.data());
+  return text;
+}
+
+MacText bracketed(const Octets6 &mac) {
+  MacText text{};
+  snprintf(text.data(), text.size(), "[%02X:%02X:%02X:%02X:%02X:%02X]", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+  return text;
+}
+
+MacText without_zeros(const Octets6 &mac) {
+  MacText text{};
+  snprintf(text.data(), text.size(), "%x:%x:%x:%x:%x:%x:", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+  return text;
+}
+
+/// Where `address` begins in `line`, or null. Without leading zeros an address is also the end of longer ones.
+const char *find_address(const char *line, const MacText &address) {
+  const char *found = strstr(line, address.data());
+  while (found != nullptr && found != line && isxdigit(static_cast<unsigned char>(found[-1])) != 0) {
+    found = strstr(found + 1, address.data());
+  }
+  return found;
+}
+
+// The readers of one station.
+
+CommandOutput<> list_associations(int interface) { return CommandOutput("iwinfo ath%d assoclist", interface); }
+CommandOutput<> list_counters(int interface) { return CommandOutput("80211stats -i ath%d -a", interface); }
+
+/// Asks one interface after the other until `look` finds what it wants in the output of `start(interface)`.
+template <class Look>
+int search(CommandOutput<> (*start)(int), Look look) {
+  uint32_t interfaces = 0;
+  if (get_virtual_ap_num(&interfaces) == -1 && interfaces == 0) return -1;
+  for (uint32_t i = 0; i < interfaces; ++i) {
+    CommandOutput<> output = start(static_cast<int>(i));
+    if (!output) return -1;
+    if (look(output)) return 0;
+  }
+  return 0;
+}
+
+/// Where `label` begins, on the line that holds `address` or a later one; null when it does not follow.
+const char *find_behind(LineReader &output, const MacText &address, const char *label) {
+  bool reached = false;
+  while (output.next()) {
+    reached = reached || find_address(output.line(), address) != nullptr;
+    if (!reached) continue;
+    if (const char *found = strstr(output.line(), label)) return found;
+  }
+  return nullptr;
+}
+
+/// The text behind its first `count` words and the blanks before them.
+const char *skip_words(const char *text, int count) {
+  constexpr const char *blanks = " \t\n\v\f\r";
+  for (; count > 0; --count) {
+    text += strspn(text, blanks);
+    text += strcspn(text, blanks);
+  }
+  return text;
+}
+
+/// Reads on to the line of the station's lease.
+bool find_lease(LineReader &leases, const MacText &address) {
+  // The last octet is not compared; it is meant so.
+  constexpr size_t compared = 15;
+  while (leases.next()) {
+    const char *colon = strchr(leases.line(), ':');
+    if (colon == nullptr || colon - leases.line() < 2) continue;
+    if (strncmp(colon - 2, address.data(), compared) == 0) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+int zol_get_80211_by_macaddr(const char *mac, int32_t *out, const char *counter) {
+  *out = 0;
+  const auto octets = scan_mac(mac, '-');
+  if (!octets) return 0;
+  return search(list_counters, [&, address = without_zeros(*octets)](LineReader &output) {
+    const char *found = find_behind(output, address, counter);
+    if (found != nullptr) *out = counter_value(found);
+    return found != nullptr;
+  });
+}
+
+int zol_get_ac_txccq_by_macaddr(const char *mac, int32_t *percent) {
+  *percent = 0;
+  const auto octets = scan_mac(mac, '-');
+  if (!octets) return 0;
+  return search(list_associations, [&, address = bracketed(*octets)](LineReader &output) {
+    const char *found = find_behind(output, address, "=");
+    if (found != nullptr) *percent = to_int32(found + 1);
+    return found != nullptr;
+  });
+}
+
+int zol_get_ac_rssi_by_macaddr(const char *mac, int32_t *dbm) {
+  *dbm = 0;
+  const auto octets = scan_mac(mac, '-');
+  if (!octets) return 0;
+  return search(list_associations, [&, address = upper_case(*octets)](LineReader &output) {
+    while (output.next()) {
+      if (strstr(output.line(), "unknown") != nullptr || strstr(output.line(), "dBm") == nullptr) continue;
+      const char *found = find_address(output.line(), address);
+      if (found == nullptr) continue;
+      *dbm = to_int32(skip_words(found, 1));
+      return true;
+    }
+    return false;
+  });
+}
+
+int zol_get_ac_noise_by_macaddr(const char *mac, int32_t *dbm) {
+  *dbm = 0;
+  const auto octets = scan_mac(mac, '-');
+  if (!octets) return 0;
+  return search(list_associations, [&, address = upper_case(*octets)](LineReader &output) {
+    while (output.next()) {
+      const char *noise = text_after(output.line(), "dBm /");
+      if (noise == nullptr || find_address(output.line(), address) == nullptr) continue;
+      *dbm = to_int32(noise);
+      return true;
+    }
+    return false;
+  });
+}
+
+int zol_get_ac_signalchains_by_macaddr(const char *mac, char *text) {
+  *text = '\0';
+  const auto octets = scan_mac(mac, '-');
+  if (!octets) return 0;
+  return search(list_associations, [&, address = bracketed(*octets)](LineReader &output) {
+    constexpr const char *label = "Signal Chains=";
+    const char *found = find_behind(output, address, label);
+    if (found != nullptr) scan_word({text, chains_size}, found + strlen(label));
+    return found != nullptr;
+  });
+}
+
+int get_ac_ip_addr(const char *mac, uint32_t *address) {
+  *address = 0;
+  const auto octets = scan_mac(mac, '-');
+  if (!octets) return 0;
+  CommandOutput leases("cat %s", "/var/dhcp.leases");
+  if (!leases) return -1;
+  if (find_lease(leases, lower_case(*octets))) *address = scan_ipv4(skip_words(leases.line(), 2)).address;
+  return 0;
+}
+
+int get_ac_uptime(const char *mac, char *text) {
+  int32_t lease_minutes = 0;
+  get_dhcp_leaseperiod(&lease_minutes);
+  CommandOutput leases("cat /var/dhcp.leases");
+  if (!leases) return -1;
+  int32_t seconds = 0;
+  const auto octets = scan_mac(mac, '-');
+  if (octets && find_lease(leases, lower_case(*octets))) {
+    const auto now = static_cast<uint32_t>(time(nullptr));
+    const auto expiry = static_cast<uint32_t>(to_int32(leases.line()));
+    seconds = static_cast<int32_t>(static_cast<uint32_t>(lease_minutes) * 60 + (now - expiry));
+  }
+  std::array<char, 32> connected{};
+  getTimeString(seconds, connected.data(), connected.size());
+  copy_text({text, uptime_size}, connected.data());
+  return 0;
+}
+
+int zol_get_assoc_client_rate(const char *mac, const char *interface, const char *label, int32_t *rate) {
+  MacText address{};
+  copy_text(address, mac);
+  zol_strtoupper(address.data());
+  CommandOutput output("iwinfo %s assoclist", interface);
+  if (output.find(address.data()) == nullptr) return 0;
+  for (int behind = 0; behind < 2 && output.next(); ++behind) {
+    if (strstr(output.line(), label) == nullptr) continue;
+    const char *colon = strchr(output.line(), ':');
+    if (colon == nullptr || colon == output.line()) break;
+    const char *digits = colon + 1;
+    if (const auto whole = scan_int32(digits)) *rate = *whole;
+    break;
+  }
+  return 0;
+}
+
+int zol::scan_stations(Stations &stations) {
+  uint32_t interfaces = 0;
+  if (get_virtual_ap_num(&interfaces) == -1 && interfaces == 0) return -1;
+  size_t count = 0;
+  for (uint32_t i = 0; i < interfaces; ++i) {
+    std::array<char, 24> interface {};
+    snprintf(interface.data(), interface.size(), "ath%u", i);
+    CommandOutput output("wlanconfig %s list sta", interface.data());
+    if (!output) return -1;
+    while (count < stations.size() && !collections_abandoned() && output.next()) {
+      const char *line = output.line();
+      if (!is_station_line(line)) continue;
+      Station &station = stations[count++];
+      station = {};
+      Octets6 &mac = station.mac;
+      // An octet that is not there counts as 0.
+      sscanf(line, "%2x:%2x:%2x:%2x:%2x:%2x", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]);
+      const MacText address = lower_case(mac);
+      // One variable for both rates: a station that sends at no known rate shows its other one; it is meant so.
+      int32_t rate = 0;
+      zol_get_assoc_client_rate(address.data(), interface.data(), "TX:", &rate);
+      station.tx_rate = rate;
+      zol_get_assoc_client_rate(address.data(), interface.data(), "RX:", &rate);
+      station.rx_rate = rate;
+      station.vap_index = static_cast<int32_t>(i);
+    }
+  }
+  return static_cast<int>(count);
+}

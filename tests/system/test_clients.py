@@ -1,0 +1,192 @@
+"""The associated stations under an agent that collects them in the background: the table, the traps, the threads."""
+
+from __future__ import annotations
+
+import os
+import re
+import signal
+import threading
+import time
+
+import pytest
+
+from testbed.device import Agent, Device, wait_until
+
+TABLE = "5.1"
+MAC, SSID, SIGNAL, TX_RATE, TX_BYTES, ASSOCIATED = "1", "2", "3", "6", "15", "21"
+
+
+def start(device: Device, *, speed: int = 1, conf: str = "") -> Agent:
+    """An agent with the bundle whose clock is `speed` times as fast."""
+    env = {} if speed == 1 else {"LD_PRELOAD": "/opt/zolarc/lib/tests/fast_clock.so", "FAST_CLOCK": str(speed)}
+    return device.start_agent(conf=conf, env=env)
+
+
+def column(agent: Agent, number: str) -> list[object]:
+    return [value.value for value in agent.walk(f"{TABLE}.{number}")]
+
+
+def stations(agent: Agent) -> list[str]:
+    """The MAC addresses of the table, row by row."""
+    return [mac.hex(":") for mac in column(agent, MAC)]  # type: ignore[union-attr]
+
+
+def listed(agent: Agent, expected: list[str]) -> None:
+    wait_until(lambda: stations(agent) == expected, f"the table to list {expected}, not {stations(agent)}", 40)
+
+
+def collections(device: Device) -> int:
+    """How many collections have begun since the journal was cleared."""
+    return device.shell_lines().count("wlanconfig ath0 list sta")
+
+
+def ends_well(agent: Agent) -> None:
+    """Stops the agent. A sanitizer that has found a fault in the library answers another status."""
+    os.kill(agent.pid, signal.SIGTERM)
+    assert agent.wait() == 0, agent.log()
+
+
+def test_stations_appear_with_everything_that_is_known_of_them(device: Device) -> None:
+    # Neither interface exists for the kernel, so that the rows are in the order of the addresses.
+    rows = ["00:0b:6b:0a:01:02", "02:aa:bb:cc:01:0f", "02:aa:bb:cc:dd:ee", "f4:5c:89:10:20:30"]
+    agent = start(device)
+    assert [value.oid for value in agent.walk(TABLE)] == []
+    listed(agent, rows)
+    expected = {
+        "2": [b"Harbour Lobby", b"warehouse", b"warehouse", b"Harbour Lobby"],
+        "3": [-48, -70, -77, -61],
+        "4": [b"-51,-52", b"-71,-77", b"-78,-84", b"-63,-66"],
+        "5": [-95] * 4,
+        "6": [130, 26, 13, 65],
+        "7": [117, 26, 6, 58],
+        "8": [98, 66, 41, 87],
+        "9": ["192.168.1.101", "192.168.1.104", "192.168.1.103", "192.168.1.102"],
+        "12": [10412, 4011, 93, 512],
+        "13": [2210334, 512334, 8812, 71224],
+        "14": [20100, 3920, 120, 911],
+        "15": [18233114, 702334, 11934, 402113],
+        "16": [3, 1, 1, 5],
+        "17": [3] * 4,
+        "18": [12] * 4,
+        "19": [7, 0, 0, 0],
+        "20": [3, 1, 1, 3],
+        "21": [2, 1, 1, 3],
+    }  # fmt: skip
+    for number, values in expected.items():
+        assert column(agent, number) == values, f"column {number}"
+    for text, minutes in zip(column(agent, "10"), [3, 13, 10, 6], strict=True):
+        assert re.fullmatch(rf"0 Days 00:{minutes:02d}:\d\d", text.decode())  # type: ignore[union-attr]
+
+    walked = agent.walk(TABLE)
+    assert len(walked) == 20 * 4
+    assert agent.bulkwalk(TABLE) == walked
+    assert agent.get(f"{TABLE}.3.1").oid == f"{TABLE}.3.1.0"
+    assert agent.get(f"{TABLE}.3.5.0").type.startswith("noSuch")
+    assert agent.get(f"{TABLE}.11.1.0").type.startswith("noSuch")
+    assert agent.getnext(f"{TABLE}.10.4.0").oid == f"{TABLE}.12.1.0"
+
+
+def test_the_table_and_the_traps_follow_the_stations(device: Device) -> None:
+    first = device.stations.list()
+    receiver = device.start_trapd()
+    agent = start(device, speed=20, conf=receiver.sink)
+
+    def heard(joined: int, lost: int) -> None:
+        def count() -> tuple[int, int]:
+            kinds = [(trap.generic, trap.specific) for trap in receiver.traps()]
+            # The first one tells that the agent has started.
+            return kinds.count((0, 0)) - 1, kinds.count((6, 2))
+
+        wait_until(lambda: count() == (joined, lost), f"{joined} joined and {lost} lost, not {count()}")
+
+    # Somebody asks all the time, as a manager may.
+    stop = threading.Event()
+    answers: list[int] = []
+
+    def ask() -> None:
+        while not stop.is_set():
+            answers.append(len(agent.walk(TABLE)))
+            stop.wait(0.1)
+
+    manager = threading.Thread(target=ask)
+    manager.start()
+    try:
+        listed(agent, first)
+        heard(4, 0)
+        device.stations.write(first[0], signal=-33, tx_rate="6.0", counters={"tx_bytes": 105, "tx_assoc": 10})
+        wait_until(lambda: column(agent, SIGNAL)[0] == -33, "the signal to change")
+        rows = {number: column(agent, number)[0] for number in (TX_RATE, TX_BYTES, ASSOCIATED)}
+        assert rows == {TX_RATE: 6, TX_BYTES: 105, ASSOCIATED: 10}
+
+        for mac in first[1:]:
+            device.stations.leave(mac)
+        listed(agent, first[:1])
+        heard(4, 3)
+        device.stations.join("00:00:00:00:00:01", "ath0")
+        device.stations.join("fe:00:00:00:00:01", "ath1")
+        listed(agent, ["00:00:00:00:00:01", first[0], "fe:00:00:00:00:01"])
+        assert column(agent, SSID)[2] == b"warehouse"
+        heard(6, 3)
+
+        # Of ten stations the last two that are found are never listed.
+        for number in range(2, 7):
+            device.stations.join(f"00:00:00:00:00:{number:02x}", "ath0")
+        for mac in ("00:00:00:00:00:aa", "00:00:00:00:00:bb"):
+            device.stations.join(mac, "ath2")
+        listed(agent, [f"00:00:00:00:00:{number:02x}" for number in range(1, 7)] + [first[0], "fe:00:00:00:00:01"])
+        heard(11, 3)
+        # One that roams keeps its row.
+        device.stations.move("fe:00:00:00:00:01", "ath0")
+        wait_until(lambda: column(agent, SSID)[7] == b"Harbour Lobby", "the station to roam")
+    finally:
+        stop.set()
+        manager.join()
+    # Each walk saw whole rows of a list that was changed at once; the columns may be of different moments.
+    assert answers and max(answers) <= 20 * 8
+    ends_well(agent)
+
+
+@pytest.mark.parametrize("ends_by", ["SIGTERM", "a SET"])
+def test_a_slow_collection_holds_nothing_up(device: Device, ends_by: str) -> None:
+    device.override("iwinfo", delay=3)
+    agent = start(device, speed=20)
+    wait_until(lambda: device.calls("iwinfo"), "a collection to hang")
+    for oid in ("2.12.0", "2.1.0", f"{TABLE}.1.1.0", "9.1.8.0", "3.1.6.0"):
+        asked = time.monotonic()
+        agent.get(oid)
+        assert time.monotonic() - asked < 1, oid
+    if ends_by == "SIGTERM":
+        agent.hup()
+        device.clear_journal()
+        device.override("iwinfo")
+        wait_until(lambda: collections(device) > 0, "sampling to start again behind the command that hung")
+        device.override("iwinfo", delay=3)
+        device.clear_journal()
+        wait_until(lambda: device.calls("iwinfo"), "the next collection to hang", 40)
+    asked = time.monotonic()
+    if ends_by == "SIGTERM":
+        os.kill(agent.pid, signal.SIGTERM)
+    else:
+        agent.set("1.3.0", "i", 1)
+    assert agent.wait(10) == 0
+    # A sanitizer waits a second of its own for the threads.
+    assert time.monotonic() - asked < (3 if device.sanitized else 1)
+
+
+def test_many_collections_leave_the_agent_as_it_was(device: Device) -> None:
+    for mac in device.stations.list()[1:]:
+        device.stations.leave(mac)
+    agent = start(device, speed=40)
+    wait_until(lambda: collections(device) > 2, "the first collections")
+    memory, descriptors = agent.rss_kib(), agent.open_fds()
+    device.clear_journal()
+    wait_until(lambda: collections(device) > 7, "the next collections", 40)
+    assert device.sanitized or agent.rss_kib() - memory < 128
+    # What is running at the moment holds one descriptor and may have just ended.
+    wait_until(lambda: agent.open_fds() <= descriptors, "no descriptor left open")
+    wait_until(lambda: agent.zombies() == 0, "no zombie left")
+    # Both of the ports' counters stand still, after a first run that had nothing to compare with.
+    wait_until(lambda: agent.get("9.1.8.0").value == 0, "the port's rate to settle")
+    device.set_state("interfaces/eth0.1", rx_bytes=2_000_000_000)
+    wait_until(lambda: agent.get("9.1.8.0").value != 0, "the port's rate to follow")
+    ends_well(agent)

@@ -1,0 +1,557 @@
+// The tasks, their schedule and their traps, and the threads that the bundle runs them in.
+
+#include "agent/sampling.hpp"
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <net/if.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+#include "mib/clients/client_list.hpp"
+#include "mib/clients/clients.hpp"
+#include "mib/status/status.hpp"
+#include "tests/unit/request.hpp"
+#include "tests/unit/scripted_shell.hpp"
+
+extern "C" {
+zol::FindMethod var_ClientInfoTable;
+}
+
+namespace {
+
+using namespace std::literals;
+using Commands = std::vector<std::string>;
+using zol::ClientRecord;
+
+/// The time of day, in seconds. Every sleep of the library takes a tenth of what it asks for and moves it on by one.
+std::atomic<time_t> present = 0;
+std::atomic<bool> moves_on = false;
+
+/// A pause of the test's own.
+void pause_for(std::chrono::nanoseconds length) {
+  const timespec wanted{length / 1s, length % 1s / 1ns};
+  clock_nanosleep(CLOCK_MONOTONIC, 0, &wanted, nullptr);
+}
+
+struct SentTrap {
+  int generic;
+  int specific;
+  std::thread::id thread;
+};
+std::mutex trap_guard;
+std::vector<SentTrap> sent_traps;
+
+/// The traps since the last call, for example "6.2 6.2 0.0".
+std::string traps() {
+  const std::lock_guard lock(trap_guard);
+  std::string text;
+  for (const SentTrap &trap : sent_traps) {
+    text += (text.empty() ? "" : " ") + std::to_string(trap.generic) + "." + std::to_string(trap.specific);
+  }
+  sent_traps.clear();
+  return text;
+}
+
+constexpr int at(int hour, int minute, int second) { return hour * 3600 + minute * 60 + second; }
+
+/// Scripts a device with the interfaces ath0 and ath1 and the stations given as {interface, last octet}.
+void script(ScriptedShell &shell, const std::vector<std::pair<int, int>> &stations) {
+  shell.answers("brctl show", "br-lan\tath0\n\tath1\n");
+  for (int interface = 0; interface < 2; ++interface) {
+    std::string list = "ADDR AID\n";
+    std::string associations;
+    std::string stats;
+    for (const auto &[on, octet] : stations) {
+      if (on != interface) continue;
+      char text[128];
+      snprintf(text, sizeof text, "00:0b:6b:0a:01:%02x    1    6\n", octet);
+      list += text;
+      snprintf(text, sizeof text, "[00:0B:6B:0A:01:%02X]  -48 dBm / -95 dBm  CCQ=98%% Signal Chains=-51,-52\n", octet);
+      associations += std::string(text) + "\tRX: 117.0 MBit/s\n\tTX: 130.0 MBit/s\n\n";
+      snprintf(text, sizeof text, "0:b:6b:a:1:%x:\n\ttx_bytes %d\n\trx_bytes 5\n", octet, 1000 * octet);
+      stats += text;
+    }
+    const std::string name = "ath" + std::to_string(interface);
+    shell.answers("wlanconfig " + name + " list sta", list);
+    shell.answers("iwinfo " + name + " assoclist", associations);
+    shell.answers("80211stats -i " + name + " -a", stats);
+  }
+}
+
+std::string listed() {
+  std::string keys;
+  ClientRecord record{};
+  while (zol::client_list::next(record)) keys += (keys.empty() ? "" : " ") + std::string(record.mac_text + 15);
+  return keys;
+}
+
+class Sampling : public testing::Test {
+ protected:
+  void SetUp() override {
+    netsnmp_running = 1;
+    thread_stopped = 0;
+    global_client_number = 0;
+    present = at(12, 0, 0);
+    moves_on = false;
+    init_task();
+    releaseList();
+    traps();
+  }
+  /// Runs a task, which is due.
+  static void run(int (*task)()) {
+    present += 60;
+    EXPECT_EQ(task(), 0);
+  }
+};
+
+TEST_F(Sampling, ATaskIsDueByTheTimeOfDay) {
+  const struct {
+    const char *name;
+    int time, index, period;
+    int due, elapsed;
+  } checks[] = {
+      {"before its period after midnight", at(0, 0, 10), 1, 11, 0, 10},
+      {"at its period", at(0, 0, 11), 1, 11, 1, 11},
+      {"at once again", at(0, 0, 11), 1, 11, 0, 0},
+      {"another task is not affected", at(0, 0, 12), 0, 2, 1, 12},
+      {"too early", at(0, 0, 21), 1, 11, 0, 10},
+      {"late: what has really passed", at(0, 1, 0), 1, 11, 1, 49},
+      {"at the end of the day", at(23, 59, 59), 0, 2, 1, at(23, 59, 47)},
+      {"after midnight", at(0, 0, 1), 0, 2, 0, at(0, 0, 1) - at(23, 59, 59)},
+      {"the next day at that time", at(23, 59, 58), 0, 2, 0, -1},
+      {"no such task", at(12, 0, 0), 3, 2, 0, 2},
+      {"no such task either", at(12, 0, 0), -1, 2, 0, 2},
+  };
+  for (const auto &check : checks) {
+    SCOPED_TRACE(check.name);
+    present = check.time;
+    int32_t period = check.period;
+    EXPECT_EQ(do_task_if_possible(check.index, &period), check.due);
+    EXPECT_EQ(period, check.elapsed);
+  }
+  EXPECT_EQ(init_task(), 1);
+  int32_t period = 2;
+  EXPECT_EQ(do_task_if_possible(0, &period), 1) << "forgotten";
+}
+
+TEST_F(Sampling, PortRatesAreTakenFromTheCounters) {
+  ScriptedShell shell;
+  const Commands commands = {"ifconfig | grep eth0.1", "ifconfig eth0.1", "ifconfig | grep eth0.1", "ifconfig eth0.1",
+                             "ifconfig | grep eth0.2", "ifconfig eth0.2", "ifconfig | grep eth0.2", "ifconfig eth0.2"};
+  const auto counters = [&](const char *port, uint32_t rx, uint32_t tx) {
+    const std::string name = std::string("eth0.") + port;
+    shell.answers("ifconfig | grep " + name, name + "  Link encap:Ethernet\n");
+    shell.answers("ifconfig " + name,
+                  "  RX bytes:" + std::to_string(rx) + " (x)  TX bytes:" + std::to_string(tx) + "\n");
+  };
+  const auto rates = [] { return std::vector{eth1_rx_rate, eth1_tx_rate, eth2_rx_rate, eth2_tx_rate}; };
+  using Rates = std::vector<float>;
+  counters("1", 4096, 8192);
+  counters("2", 0, 0xFFFFFF00U);
+  thread_stopped = 1;
+  present = 4;
+  zol_realtime_thread_3(nullptr);
+  EXPECT_EQ(shell.commands(), commands) << "one run, though it was told to stop before";
+  // (-256 * 8) / (4 * 1024): a counter beyond 31 bits looks negative at first.
+  EXPECT_EQ(rates(), (Rates{8, 16, 0, -0.5}));
+  counters("1", 4096 + 5 * 128, 8192);
+  counters("2", 640, 0x100);
+  present = 9;
+  zol_process_task_3();
+  EXPECT_EQ(rates(), (Rates{1, 0, 1, 0.8F})) << "over five seconds, and across the counter's end";
+  EXPECT_EQ(shell.commands(), commands);
+  present = 11;
+  zol_process_task_3();
+  EXPECT_EQ(shell.commands(), Commands{}) << "not due";
+  netsnmp_running = 0;
+  present = 60;
+  zol_realtime_thread_3(nullptr);
+  EXPECT_EQ(rates(), (Rates{0, 0, 0, 0})) << "a loop that starts forgets";
+  EXPECT_EQ(last_rx_byte[0], 0U);
+  EXPECT_EQ(shell.commands(), Commands{}) << "the agent ends";
+}
+
+TEST_F(Sampling, StationRatesAreKeptInTheList) {
+  ScriptedShell shell;
+  script(shell, {{0, 0x10}, {1, 0x20}});
+  run(zol_process_task_2);
+  shell.commands();
+  present += 4;
+  zol_process_task_1();
+  present += 2;
+  script(shell, {{0, 0x11}, {1, 0x20}});
+  zol_process_task_1();
+  const Commands on_first = {"brctl show", "80211stats -i ath0 -a"};
+  const Commands on_second = {"brctl show", "80211stats -i ath0 -a", "80211stats -i ath1 -a"};
+  Commands expected;
+  const auto append = [&](const Commands &more) { expected.insert(expected.end(), more.begin(), more.end()); };
+  // The first station has left before the second run.
+  for (const Commands &more : {on_first, on_first, on_second, on_second, on_second, on_second, on_second, on_second}) {
+    append(more);
+  }
+  EXPECT_EQ(shell.commands(), expected);
+  ClientRecord record{};
+  ASSERT_TRUE(zol::client_list::copy(0, record));
+  EXPECT_EQ(record.prev_tx_bytes, 16000U);
+  EXPECT_EQ(record.last_tx_bytes, 0U);
+  EXPECT_EQ(record.tx_rate_kbps, -16000.0F * 8 / 2048);
+  ASSERT_TRUE(zol::client_list::copy(1, record));
+  EXPECT_EQ(record.prev_tx_bytes, 32000U);
+  EXPECT_EQ(record.last_tx_bytes, 32000U);
+  EXPECT_EQ(record.tx_rate_kbps, 0);
+  present += 1;
+  zol_process_task_1();
+  EXPECT_EQ(shell.commands(), Commands{}) << "not due";
+}
+
+TEST_F(Sampling, ACollectionRunsItsSequenceAndFillsARecord) {
+  ScriptedShell shell;
+  script(shell, {{1, 0xEF}});
+  // Every counter has a value of its own.
+  const std::pair<const char *, int32_t ClientRecord::*> counters[] = {
+      {"rx_data", &ClientRecord::rx_data},
+      {"rx_data", &ClientRecord::rx_data_copy},
+      {"rx_mgmt", &ClientRecord::rx_mgmt},
+      {"rx_ctrl", &ClientRecord::rx_ctrl},
+      {"rx_mcast", &ClientRecord::rx_mcast},
+      {"rx_bytes", &ClientRecord::rx_bytes},
+      {"rx_beacons", &ClientRecord::rx_beacons},
+      {"rx_proberesp", &ClientRecord::rx_proberesp},
+      {"rx_dup", &ClientRecord::rx_dup},
+      {"rx_noprivacy", &ClientRecord::rx_noprivacy},
+      {"rx_wepfail", &ClientRecord::rx_wepfail},
+      {"rx_demicfail", &ClientRecord::rx_demicfail},
+      {"rx_decap", &ClientRecord::rx_decap},
+      {"rx_defrag", &ClientRecord::rx_defrag},
+      {"rx_disassoc", &ClientRecord::rx_disassoc},
+      {"rx_deauth", &ClientRecord::rx_deauth},
+      {"rx_decryptcrc", &ClientRecord::rx_decryptcrc},
+      {"rx_unauth", &ClientRecord::rx_unauth},
+      {"rx_unencrypted", &ClientRecord::rx_unencrypted},
+      {"tx_data", &ClientRecord::tx_data},
+      {"tx_data", &ClientRecord::tx_data_copy},
+      {"tx_mgmt", &ClientRecord::tx_mgmt},
+      {"tx_mcast", &ClientRecord::tx_mcast},
+      {"tx_bytes", &ClientRecord::tx_bytes},
+      {"tx_discard", &ClientRecord::tx_discard},
+      {"tx_assoc", &ClientRecord::tx_assoc},
+      {"tx_assoc_fail", &ClientRecord::tx_assoc_fail},
+      {"tx_auth", &ClientRecord::tx_auth},
+      {"tx_auth_fail", &ClientRecord::tx_auth_fail},
+      {"tx_deauth", &ClientRecord::tx_deauth},
+      {"tx_deauth_code", &ClientRecord::tx_deauth_code},
+      {"tx_disassoc", &ClientRecord::tx_disassoc},
+      {"tx_disassoc_code", &ClientRecord::tx_disassoc_code},
+  };
+  const auto value_of = [](const char *name) {
+    return static_cast<int32_t>(std::hash<std::string>{}(name) % 100000 + 1);
+  };
+  std::string stats = "0:b:6b:a:1:ef:\n";
+  for (const auto &[name, field] : counters) stats += std::string(name) + " " + std::to_string(value_of(name)) + "\n";
+  const std::string ssid = "uci show wireless | grep \"iface\\[1\\].ssid=\"";
+  const std::string lease_time = "uci show dhcp | grep \"lan.leasetime\"";
+  const std::string leases = "cat /var/dhcp.leases";
+  shell.answers("80211stats -i ath1 -a", stats)
+      .answers(ssid, "wireless.@wifi-iface[1].ssid=" + std::string(60, 's') + "\n")
+      .answers("ifconfig ath0 | grep \"TX packets\"", "  TX packets:1 errors:3 dropped:0 overruns:0 carrier:0\n")
+      .answers("ifconfig ath0 | grep \"RX packets\"", "  RX packets:1 errors:12 dropped:0 overruns:0 frame:0\n")
+      .answers(lease_time, "dhcp.lan.leasetime=1h\n")
+      .answers(leases, std::to_string(at(12, 1, 0)) + " 00:0b:6b:0a:01:ef 192.168.1.101 * *\n");
+  run(zol_process_task_2);
+
+  Commands expected = {"brctl show",
+                       "wlanconfig ath0 list sta",
+                       "wlanconfig ath1 list sta",
+                       "iwinfo ath1 assoclist",
+                       "iwinfo ath1 assoclist",
+                       ssid};
+  const std::string sequence = "SSAAA" + std::string(27, 'S') + "TRA" + std::string(9, 'S') + "LDL";
+  for (const char step : sequence) {
+    switch (step) {
+      case 'S':
+        for (const char *more : {"brctl show", "80211stats -i ath0 -a", "80211stats -i ath1 -a"})
+          expected.push_back(more);
+        break;
+      case 'A':
+        for (const char *more : {"brctl show", "iwinfo ath0 assoclist", "iwinfo ath1 assoclist"})
+          expected.push_back(more);
+        break;
+      case 'T':
+        expected.push_back("ifconfig ath0 | grep \"TX packets\"");
+        break;
+      case 'R':
+        expected.push_back("ifconfig ath0 | grep \"RX packets\"");
+        break;
+      case 'D':
+        expected.push_back(lease_time);
+        break;
+      default:
+        expected.push_back(leases);
+    }
+  }
+  EXPECT_EQ(shell.commands(), expected);
+
+  ClientRecord record{};
+  ASSERT_TRUE(zol::client_list::copy(0, record));
+  EXPECT_FALSE(zol::client_list::copy(1, record));
+  EXPECT_STREQ(record.key, "0007 00-0B-6B-0A-01-EF");
+  EXPECT_STREQ(record.ifname, "ath1");
+  EXPECT_STREQ(record.ssid, std::string(39, 's').c_str());
+  EXPECT_STREQ(record.signal_chains, "-51,-52");
+  EXPECT_STREQ(record.uptime_text, "0 Days 01:00:00");
+  EXPECT_EQ(record.ip_address, 0xC0A80165U);
+  const std::pair<int32_t, int32_t> numbers[] = {
+      {record.tx_rate, 130},
+      {record.rx_rate, 117},
+      {record.rssi, -48},
+      {record.noise, -95},
+      {record.txccq, 98},
+      {record.vap_index, 1},
+      {record.tx_err_packets, 3},
+      {record.rx_err_packets, 12},
+      {record.auth_ok, value_of("tx_auth") - value_of("tx_auth_fail")},
+      {record.assoc_ok, value_of("tx_assoc") - value_of("tx_assoc_fail")},
+      {record.last_tx_bytes, 0},
+  };
+  for (const auto &[number, value] : numbers) EXPECT_EQ(number, value);
+  for (const auto &[name, field] : counters) EXPECT_EQ(record.*field, value_of(name)) << name;
+}
+
+TEST_F(Sampling, AScanFindsAtMostEightStations) {
+  ScriptedShell shell;
+  script(shell, {{0, 1}, {0, 2}, {0, 3}, {0, 4}, {0, 5}, {1, 6}, {1, 7}, {1, 8}, {1, 9}});
+  // A station without a receive rate shows the other one again.
+  shell.answers("iwinfo ath1 assoclist", "[00:0B:6B:0A:01:06]\n\tTX: 54.0 MBit/s\n\n");
+  run(zol_process_task_2);
+  EXPECT_EQ(listed(), "01 02 03 04 05 06 07 08");
+  ClientRecord record{};
+  zol::client_list::copy(5, record);
+  EXPECT_EQ(record.rx_rate, 54);
+  zol::client_list::copy(6, record);
+  EXPECT_EQ(record.rx_rate, 0);
+
+  // Lines that only look like stations, and one with half an address.
+  shell.answers("wlanconfig ath0 list sta", "00:0b\n12:34\nab-cd:ef:gh\n00:0b:6b:zz\n")
+      .answers("wlanconfig ath1 list sta", "");
+  run(zol_process_task_2);
+  EXPECT_EQ(listed(), "00");
+}
+
+TEST_F(Sampling, TrapsTellHowManyCameAndWent) {
+  ScriptedShell shell;
+  const struct {
+    const char *name;
+    std::vector<std::pair<int, int>> stations;
+    std::string traps, listed;
+  } collections[] = {
+      {"two at first", {{0, 1}, {1, 2}}, "0.0 0.0", "01 02"},
+      {"the same", {{0, 1}, {1, 2}}, "", "01 02"},
+      {"one for another", {{0, 1}, {1, 3}}, "", "01 02 03"},
+      {"three more", {{0, 1}, {0, 4}, {0, 5}, {0, 6}, {1, 3}}, "0.0 0.0 0.0", "01 04 05 06 02 03"},
+      {"four less", {{1, 3}}, "6.2 6.2 6.2 6.2", "03"},
+      {"none", {}, "6.2", ""},
+      {"one", {{0, 1}}, "0.0", "01"},
+  };
+  for (const auto &collection : collections) {
+    SCOPED_TRACE(collection.name);
+    script(shell, collection.stations);
+    run(zol_process_task_2);
+    EXPECT_EQ(traps(), collection.traps);
+    EXPECT_EQ(listed(), collection.listed);
+  }
+  // What cannot be asked for counts as gone, and stays listed.
+  script(shell, {{0, 1}, {0, 2}});
+  run(zol_process_task_2);
+  traps();
+  shell.cannot_start("wlanconfig ath1 list sta");
+  run(zol_process_task_2);
+  EXPECT_EQ(traps(), "6.2 6.2");
+  EXPECT_EQ(listed(), "01 02");
+  EXPECT_EQ(global_client_number, 0);
+}
+
+TEST_F(Sampling, ProbesMeasureOneSecond) {
+  ScriptedShell shell;
+  const struct {
+    int (*probe)(float *);
+    std::string command, before, after;
+  } probes[] = {
+      {zol_get_tx_realtime, "ifconfig ath0 | grep \"TX bytes\"", " RX bytes:1 (x)  TX bytes:1000 (x)\n",
+       " RX bytes:9 (x)  TX bytes:2280 (x)\n"},
+      {zol_get_rx_realtime, "ifconfig ath0 | grep \"RX bytes\"", " RX bytes:4294967040 (x)\n", " RX bytes:1024 (x)\n"},
+      {zol_get_80211_tx_realtime, "80211stats -i ath0 -a", "tx_bytes 20\n", "tx_bytes 1300\n"},
+      {zol_get_80211_rx_realtime, "80211stats -i ath0 -a", "rx_bytes 0\n", "rx_bytes 1280\n"},
+  };
+  for (const auto &probe : probes) {
+    SCOPED_TRACE(probe.command);
+    shell.answers(probe.command, probe.before);
+    float rate = -1;
+    std::thread measuring([&] { EXPECT_EQ(probe.probe(&rate), 0); });
+    pause_for(50ms);
+    shell.answers(probe.command, probe.after);
+    measuring.join();
+    EXPECT_EQ(rate, 10) << "1280 bytes are 10 Kbit";
+    EXPECT_EQ(shell.commands(), (Commands{probe.command, probe.command}));
+  }
+}
+
+// The threads under an agent, whose main loop is played here.
+
+class Bundle : public Sampling {
+ protected:
+  void SetUp() override {
+    Sampling::SetUp();
+    netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
+    moves_on = true;
+  }
+
+  /// Ends the threads before what they use.
+  struct Threads {
+    Threads() { zol::schedule_sampling(); }
+    ~Threads() { zol::stop_sampling(); }
+  };
+
+  /// Plays the main loop, with a walk of the table in every turn, until `done`.
+  static bool serve_until(const std::function<bool()> &done, std::chrono::seconds patience = 20s) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!done()) {
+      if (std::chrono::steady_clock::now() > deadline) return false;
+      run_alarms();
+      walk();
+      pause_for(1ms);
+    }
+    return true;
+  }
+
+  /// Asks for what the threads collect: a port's rate and two columns, as long as there are rows. How many there are.
+  static int walk() {
+    oid row = 1;
+    for (; const auto address = get(var_ClientInfoTable, {5, 1, 1, row}, 101); ++row) {
+      EXPECT_EQ(address->bytes.substr(0, 5), "\x00\x0B\x6B\x0A\x01"s);
+      get(var_ClientInfoTable, {5, 1, 4, row}, 149);
+    }
+    EXPECT_TRUE(get(var_zolwrt, {9, 1, 8}, 66)) << "the port's rate";
+    return static_cast<int>(row) - 1;
+  }
+};
+
+TEST_F(Bundle, CollectsInTheBackgroundAndSendsTrapsFromTheAgentsThread) {
+  ScriptedShell shell;
+  script(shell, {{0, 1}, {1, 2}});
+  const auto heard = [](size_t count) {
+    return [count] {
+      const std::lock_guard lock(trap_guard);
+      return sent_traps.size() == count;
+    };
+  };
+  const Threads threads;
+  zol::schedule_sampling();
+  EXPECT_EQ(shell.commands(), Commands{}) << "nothing before the agent's main loop";
+  ASSERT_TRUE(serve_until(heard(2)));
+  EXPECT_EQ(walk(), 2);
+  script(shell, {});
+  ASSERT_TRUE(serve_until(heard(4)));
+  EXPECT_EQ(walk(), 0);
+  for (const SentTrap &trap : sent_traps) EXPECT_EQ(trap.thread, std::this_thread::get_id());
+  EXPECT_EQ(traps(), "0.0 0.0 6.2 6.2");
+
+  script(shell, {{0, 1}});
+  ASSERT_TRUE(serve_until([] { return walk() == 1; }));
+  zol::stop_sampling();
+  EXPECT_EQ(walk(), 0);
+  EXPECT_EQ(thread_stopped, 1);
+  shell.commands();
+  pause_for(100ms);
+  EXPECT_EQ(shell.commands(), Commands{}) << "all threads have ended";
+  zol::schedule_sampling();
+  ASSERT_TRUE(serve_until([] { return walk() == 1; })) << "and start again";
+}
+
+TEST_F(Bundle, AHangingCommandHoldsUpNeitherRequestsNorTheEnd) {
+  namespace fs = std::filesystem;
+  const fs::path folder = fs::path(testing::TempDir()) / ("zolarc-" + std::to_string(getpid()));
+  fs::create_directory(folder);
+  std::ofstream(folder / "brctl") << "#!/bin/sh\necho >> " << (folder / "calls").string() << "\nsleep 2\n";
+  fs::permissions(folder / "brctl", fs::perms::all);
+  const std::string path = getenv("PATH");
+  setenv("PATH", (folder.string() + ":" + path).c_str(), 1);
+  const auto calls = [&] {
+    std::error_code none;
+    const auto size = fs::file_size(folder / "calls", none);
+    return none ? 0 : size;
+  };
+  const Threads threads;
+  ASSERT_TRUE(serve_until([&] { return calls() == 1; }));
+  const auto asked = std::chrono::steady_clock::now();
+  walk();
+  EXPECT_LT(std::chrono::steady_clock::now() - asked, 500ms);
+  zol::stop_sampling();
+  EXPECT_LT(std::chrono::steady_clock::now() - asked, 900ms);
+  zol::schedule_sampling();
+  EXPECT_FALSE(serve_until([&] { return calls() > 1; }, 1s)) << "the old thread is still there";
+  EXPECT_TRUE(serve_until([&] { return calls() > 1; })) << "and then makes room";
+  setenv("PATH", path.c_str(), 1);
+  EXPECT_EQ(traps(), "") << "what was given up tells nothing";
+  fs::remove_all(folder);
+}
+
+TEST_F(Sampling, AnHourLeavesNothingBehind) {
+  ScriptedShell shell;
+  const auto descriptors = [] {
+    int count = 0;
+    for ([[maybe_unused]] const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) ++count;
+    return count;
+  };
+  // 0 where a sanitizer hands out the memory.
+  const auto memory = [] { return mallinfo2().uordblks; };
+  int descriptors_before = 0;
+  size_t memory_before = 0;
+  for (int second = 0; second <= 3600; ++second) {
+    ++present;
+    // They come and go every two minutes.
+    if (second % 120 == 0) script(shell, {{0, 1}, {1, 2}, {1, 3}});
+    if (second % 120 == 60) script(shell, {{0, 4}});
+    zol_process_one_thread();
+    shell.commands();
+    if (second == 240) {
+      descriptors_before = descriptors();
+      memory_before = memory();
+    }
+  }
+  traps();
+  EXPECT_EQ(descriptors(), descriptors_before);
+  EXPECT_LT(memory(), memory_before + 4096);
+}
+
+}  // namespace
+
+extern "C" {
+
+time_t time(time_t *timer) noexcept {
+  if (timer != nullptr) *timer = present;
+  return present;
+}
+
+int nanosleep(const timespec *wanted, timespec *) {
+  pause_for((std::chrono::seconds(wanted->tv_sec) + std::chrono::nanoseconds(wanted->tv_nsec)) / 10);
+  if (moves_on) ++present;
+  return 0;
+}
+
+unsigned if_nametoindex(const char *name) noexcept { return strcmp(name, "ath1") == 0 ? 7 : 3; }
+
+void send_easy_trap(int generic, int specific) {
+  const std::lock_guard lock(trap_guard);
+  sent_traps.push_back({generic, specific, std::this_thread::get_id()});
+}
+}
