@@ -1,0 +1,128 @@
+"""The traffic shaper over SNMP: its switch and limits, its packages, and the rules of single clients."""
+
+from __future__ import annotations
+
+import pytest
+
+from testbed.device import Agent, Device, wait_until
+from testbed.snmp import SnmpError
+
+ENABLED, UPLOAD, DOWNLOAD = "13.1.0", "13.2.0", "13.3.0"
+CLIENT, CLIENT_MAC, CLIENT_ADDRESS, CLIENT_DOWNLOAD, CLIENT_UPLOAD = (f"13.5.1.{arc}.0" for arc in range(1, 6))
+PACKAGE, PACKAGE_NAME, PACKAGE_DOWNLOAD, PACKAGE_UPLOAD = (f"13.7.1.{arc}.0" for arc in range(1, 5))
+
+
+def package_table(agent: Agent) -> list[list[object]]:
+    """The columns of the table."""
+    columns: list[list[object]] = [[], [], [], []]
+    for cell in agent.walk("13.6"):
+        columns[int(cell.oid.split(".")[3]) - 1].append(cell.value)
+    return columns
+
+
+def changes(device: Device) -> list[str]:
+    """The command lines since the last call that were to change the shaper."""
+    lines = [line for line in device.shell_lines() if "qos" in line and not line.startswith("uci show")]
+    device.clear_journal()
+    return lines
+
+
+def test_the_shaper_is_switched_and_limited(device: Device, agent: Agent) -> None:
+    assert [agent.get(oid).value for oid in (ENABLED, UPLOAD, DOWNLOAD)] == [2, 1024, 8192]
+    agent.set_many([(UPLOAD, "i", 65535), (DOWNLOAD, "i", 0), (ENABLED, "i", 1)])
+    assert [agent.get(oid).value for oid in (ENABLED, UPLOAD, DOWNLOAD)] == [1, 65535, 0]
+    agent.set(ENABLED, "i", 2)
+    assert agent.get(ENABLED).value == 2
+    assert [call[1] for call in device.calls("qos")] == ["start", "enable", "stop", "disable"]
+    assert changes(device) == [
+        "uci set qos.wan.upload=65535;uci commit qos",
+        "uci set qos.wan.download=0;uci commit qos",
+        "uci set qos.wan.enabled=1;uci commit qos;/etc/init.d/qos start;/etc/init.d/qos enable",
+        "uci set qos.wan.enabled=0;uci commit qos;/etc/init.d/qos stop;/etc/init.d/qos disable",
+    ]
+    for option in ("upload", "download", "enabled"):
+        device.uci(f"delete qos.wan.{option}")
+    assert [agent.get(oid).value for oid in (ENABLED, UPLOAD, DOWNLOAD)] == [2, 0, 0]
+
+
+def test_packages_are_rated_anew(device: Device, agent: Agent) -> None:
+    assert agent.get("13.6.1.2.1.0").value is None, "nothing answers before the first cell was asked for"
+    names = [b"Priority", b"Express", b"Normal", b"Low"]
+    assert package_table(agent) == [[1, 2, 3, 4], names, [45, 35, 25, 15], [40, 30, 20, 10]]
+    for index, name in enumerate(names, start=1):
+        agent.set_many([(PACKAGE, "i", index), (PACKAGE_DOWNLOAD, "i", 100 + index), (PACKAGE_UPLOAD, "i", 200 + index)])
+        assert agent.get(PACKAGE_NAME).value == name
+        assert [agent.get(oid).value for oid in (PACKAGE_DOWNLOAD, PACKAGE_UPLOAD)] == [100 + index, 200 + index]
+    assert changes(device)[-2:] == ["uci set qos.Bulk_down.avgrate=104;uci commit qos",
+                                    "uci set qos.Bulk.avgrate=204;uci commit qos"]  # fmt: skip
+    assert package_table(agent)[2:] == [[101, 102, 103, 104], [201, 202, 203, 204]]
+    with pytest.raises(SnmpError, match="notWritable"):
+        agent.set(PACKAGE_NAME, "s", "Gold")
+    for oid, most in ((ENABLED, 2), (UPLOAD, 65535), (DOWNLOAD, 65535), (PACKAGE, 4), (PACKAGE_DOWNLOAD, 65535),
+                      (CLIENT, 16)):  # fmt: skip
+        with pytest.raises(SnmpError, match="wrongValue"):
+            agent.set(oid, "i", most + 1)
+
+    device.uci("delete qos.Default.classes")
+    assert package_table(agent)[1] == [b"name1", b"name2", b"name2", b"name2"]
+
+
+def test_a_client_is_put_on_packages_and_released(device: Device) -> None:
+    # The first station of the list has no address yet.
+    device.stations.join("00:01:02:03:04:05", "ath0")
+    administrators = (
+        "\nconfig classify\n\toption target 'Priority'\n\toption srchost '192.168.1.102'\n\toption ports '22,53'\n"
+        "\nconfig classify\n\toption target 'Normal'\n\toption dsthost '192.168.1.102'\n\toption comment 'tablet'\n"
+        "\nconfig classify\n\toption target 'Bulk'\n\toption proto 'udp'\n"
+    )
+    device.write("/etc/config/qos", device.read("/etc/config/qos") + administrators)
+    before = device.uci("show qos")
+    agent = device.start_agent()
+
+    def rows() -> dict[object, list[object]]:
+        """The rows of the table by address."""
+        cells = {value.oid: value.value for value in agent.walk("13.4")}
+        numbers = [value for oid, value in cells.items() if oid.startswith("13.4.1.1.")]
+        return {cells[f"13.4.1.3.{row}.0"]: [cells[f"13.4.1.{column}.{row}.0"] for column in (1, 2, 4, 5)]
+                for row in numbers}
+
+    wait_until(rows, "the stations to be collected", 30)
+    assert [row for row, *_ in rows().values()] == [1, 2, 3, 4]
+    row, mac, *packages = rows()["192.168.1.102"]
+    assert (mac, packages) == (bytes.fromhex("f45c89102030"), [0, 0])
+    agent.set(CLIENT, "i", row)
+    assert [agent.get(oid).value for oid in (CLIENT_MAC, CLIENT_ADDRESS)] == [mac, "192.168.1.102"]
+    changes(device)
+    agent.set_many([(CLIENT_DOWNLOAD, "i", 2), (CLIENT_UPLOAD, "i", 4)])
+    assert changes(device) == [
+        "uci add qos classify;uci set qos.@classify[-1].target=Express;uci set qos.@classify[-1].dsthost=192.168.1.102;"
+        "uci commit qos",
+        "uci add qos classify;uci set qos.@classify[-1].target=Bulk;uci set qos.@classify[-1].srchost=192.168.1.102;"
+        "uci commit qos",
+    ]
+    assert [agent.get(oid).value for oid in (CLIENT_DOWNLOAD, CLIENT_UPLOAD)] == [2, 4]
+    assert rows()["192.168.1.102"] == [row, mac, 2, 4]
+    assert [packages for address, (_, _, *packages) in rows().items() if address != "192.168.1.102"] == [[0, 0]] * 3
+    agent.set(CLIENT_DOWNLOAD, "i", 1)
+    rules = [f"qos.@classify[3].{option}\n" for option in ("target=Priority", "dsthost=192.168.1.102")]
+    rules += [f"qos.@classify[4].{option}\n" for option in ("target=Bulk", "srchost=192.168.1.102")]
+    assert set(device.uci("show qos").splitlines(keepends=True)) - set(before.splitlines(keepends=True)) == {
+        "qos.@classify[3]=classify\n", "qos.@classify[4]=classify\n", *rules,
+    }  # fmt: skip
+    agent.set_many([(CLIENT_DOWNLOAD, "i", 0), (CLIENT_UPLOAD, "i", 0)])
+    assert device.uci("show qos") == before
+    assert rows()["192.168.1.102"] == [row, mac, 0, 0]
+
+    agent.set(CLIENT, "i", 16)
+    assert [agent.get(oid).value for oid in (CLIENT_MAC, CLIENT_ADDRESS, CLIENT_DOWNLOAD)] == [b"", "0.0.0.0", 0]
+    changes(device)
+    for oid in (CLIENT_DOWNLOAD, CLIENT_UPLOAD):
+        with pytest.raises(SnmpError, match="wrongValue"):
+            agent.set(oid, "i", 1)
+    with pytest.raises(SnmpError, match="wrongValue"):
+        agent.set_many([(CLIENT, "i", row), (CLIENT_UPLOAD, "i", 1)])
+    agent.set(CLIENT, "i", row)
+    for refused in (-1, 5):
+        with pytest.raises(SnmpError, match="wrongValue"):
+            agent.set(CLIENT_UPLOAD, "i", refused)
+    assert changes(device) == []
