@@ -385,7 +385,10 @@ class Agent(_Service, Client):
         environment = {"SNMP_PERSISTENT_DIR": "/tmp/snmp"}
         if library:
             environment.update(_sanitizer_environment(device.library))
+        preloads = [environment.get("LD_PRELOAD"), (env or {}).get("LD_PRELOAD")]
         environment.update(env or {})
+        if any(preloads):
+            environment["LD_PRELOAD"] = " ".join(filter(None, preloads))
         _Service.__init__(self, device, command, device.path / f"{name}.log", env=environment, detached=detached)
         try:
             wait_until(self._answers, "the agent to answer", 60)
