@@ -14,6 +14,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "core/agent.hpp"
 #include "core/clock.hpp"
@@ -96,7 +97,7 @@ void send_waiting_traps() {
 unsigned alarm_number = 0;
 bool started = false;
 
-/// False when a thread of an earlier start is still there, or none can be had: to be tried again.
+/// False when a thread of an earlier start is still there: to be tried again.
 bool start() {
   if (!join_ended()) return false;
   agent_thread = pthread_self();

@@ -57,8 +57,8 @@ bool scan_word(std::span<char> target, const char *text);
 /// where it is shorter.
 void fill_field(std::span<char> field, const char *source);
 
-/// The text behind the first `marker` in `line` and `gap` more characters, or null. The text is empty when the line ends
-/// before.
+/// The text behind the first `marker` in `line` and `gap` more characters, or null. The text is empty when the line
+/// ends before.
 const char *text_after(const char *line, const char *marker, size_t gap = 0);
 
 }  // namespace zol

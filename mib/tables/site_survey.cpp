@@ -55,13 +55,13 @@ class Survey {
   void set_name(const char *text) {
     Word word;
     if (!scan_word(word, text)) return;
-    const char *name = word;
-    if (*name == '"') {
-      // What is dropped at the end is the closing quote only if the name is a single word.
-      word[strlen(word) - 1] = '\0';
-      if (*name != '\0') ++name;
+    if (word[0] != '"') {
+      copy_text(current_->essid, word);
+      return;
     }
-    copy_text(current_->essid, name);
+    // What is dropped at the end is the closing quote only if the name is a single word.
+    word[strlen(word) - 1] = '\0';
+    copy_text(current_->essid, word + 1);
   }
 
   static void set_field(std::span<char> field, const char *text) {

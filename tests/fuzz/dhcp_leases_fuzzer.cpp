@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <memory>
 
 #include "mib/tables/tables.hpp"
@@ -45,15 +46,15 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const auto records = std::make_unique<zol::LeaseRecord[]>(zol::most_lease_records);
   uint32_t count = 0;
   require(get_zol_mac_active(records.get(), &count) == 0 && count == rows, "both ways find as many leases");
-  const auto *unused = reinterpret_cast<const char *>(records.get() + count);
-  require(std::all_of(unused, reinterpret_cast<const char *>(records.get() + zol::most_lease_records),
-                      [](char byte) { return byte == 0; }),
-          "no lease, no bytes");
 
   // Nothing of it stays.
   printed = "7 02:00:00:00:00:01 10.0.0.2 h *\n";
   require(walk() == 1, "the next walk is right");
   const zol::LeaseRecord expected{{2, 0, 0, 0, 0, 1}, "h", {10, 0, 0, 2}, 7};
   require(memcmp(zol_mac_active_all, &expected, sizeof expected) == 0, "the next walk holds nothing else");
+  const auto *unused = reinterpret_cast<const char *>(zol_mac_active_all + 1);
+  require(std::all_of(unused, reinterpret_cast<const char *>(std::end(zol_mac_active_all)),
+                      [](char byte) { return byte == 0; }),
+          "no lease, no bytes");
   return 0;
 }

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+import signal
 import sys
 from collections.abc import Iterator
 from pathlib import Path
@@ -47,3 +48,14 @@ def agent(device: Device) -> Agent:
     started = device.start_agent(device.modules())
     device.clear_journal()
     return started
+
+
+def fast_clock(speed: int) -> dict[str, str]:
+    """The environment of an agent whose clock starts at noon and runs `speed` times as fast as the real one."""
+    return {"LD_PRELOAD": "/opt/zolarc/lib/tests/fast_clock.so", "FAST_CLOCK": str(speed)}
+
+
+def ends_well(agent: Agent) -> None:
+    """Stops the agent. A sanitizer that has found a fault in the library answers another status."""
+    os.kill(agent.pid, signal.SIGTERM)
+    assert agent.wait() == 0, agent.log()

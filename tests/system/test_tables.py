@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import time
 from collections.abc import Callable, Iterator
 from pathlib import Path
 
@@ -103,31 +102,12 @@ def test_every_way_to_ask_shows_what_the_tools_print(device: Device, tables: Age
     assert tables.get(f"{STATISTICS}.4.4.0").type == tables.get(f"{STATISTICS}.4.2.1").type == "noSuchInstance"
 
 
-def test_counters_beyond_31_bits_show_as_negative_numbers(device: Device, tables: Agent) -> None:
-    device.set_state("interfaces/ath0", rx_bytes=3_000_000_000, tx_bytes=2**31 - 1)
-    tables.get(f"{STATISTICS}.1.1.0")
-    assert tables.get(f"{STATISTICS}.13.1.0").value == -1294967296
-    assert tables.get(f"{STATISTICS}.8.1.0").value == 2**31 - 1
-
-
-def test_networks_and_leases_are_served_as_they_are(device: Device, tables: Agent) -> None:
-    assert column(tables, f"{SURVEY}.1")[:6] == [
-        b"north-quay", b"Caf", b"th", b"unknown", b"abcdefghijklmnopqrstuvwxyz012", "Hafencafé-Süd".encode()
-    ]  # fmt: skip
+def test_networks_are_served_as_they_are(tables: Agent) -> None:
+    names = [b"north-quay", b"Caf", b"th", b"unknown", b"abcdefghijklmnopqrstuvwxyz012", "Hafencafé-Süd".encode()]
+    assert column(tables, f"{SURVEY}.1")[:6] == names
     assert column(tables, f"{SURVEY}.2")[:6] == [1, 6, 11, 11, 3, 13]
     assert column(tables, f"{SURVEY}.3")[:2] == [bytes.fromhex("001d7ea1b2c3"), bytes.fromhex("001d7ea1b2c4")]
     assert column(tables, f"{SURVEY}.4")[:6] == [-62, -71, -80, -85, -90, -77]
-
-    now = int(time.time())
-    device.write("/tmp/dhcp.leases",
-                 f"{now + 90061 + 30} 02:AA:bb:cc:dd:0e 192.168.1.101 {'h' * 40} *\n"
-                 f"{now - 90061} 02:aa:bb:cc:dd:0f 10.0.0.1 * *\n")
-    assert column(tables, f"{LEASES}.1") == [bytes.fromhex("02aabbccdd0e"), bytes.fromhex("02aabbccdd0f")]
-    assert column(tables, f"{LEASES}.2") == [b"h" * 30, b"*"]
-    to_come, passed = (bytes(value).decode() for value in column(tables, f"{LEASES}.3"))  # type: ignore[arg-type]
-    assert to_come.startswith("1 Days 01:01:")
-    assert passed.startswith("4294967295 Days -1:-1:-")
-    assert column(tables, f"{LEASES}.4") == ["192.168.1.101", "10.0.0.1"]
 
 
 def test_what_comes_and_goes_shows_at_the_next_walk(device: Device, tables: Agent) -> None:

@@ -8,6 +8,8 @@
 #include <fstream>
 #include <string>
 
+#include "core/text.hpp"
+
 namespace {
 
 class ConfFileTest : public testing::Test {
@@ -57,7 +59,7 @@ TEST_F(ConfFileTest, ReadsAKeyOfTheSelectedSection) {
   EXPECT_STREQ(value, "3");
   EXPECT_EQ(confRead(file, "MODE", value, sizeof value), -1);
   for (const Case &expected : cases) {
-    strcpy(value, "old");
+    zol::copy_text(value, "old");
     EXPECT_EQ(confSection(file, expected.section), 0);
     const int result = confRead(file, expected.key, value, sizeof value);
     EXPECT_STREQ(value, expected.value) << expected.section << " " << expected.key;

@@ -42,8 +42,8 @@ Machine *machine = nullptr;
 /// Gives every test a machine of its own.
 class Driver : public testing::Test {
  protected:
-  Driver() { machine = &machine_; }
-  ~Driver() override {
+  void SetUp() override { machine = &machine_; }
+  void TearDown() override {
     machine = nullptr;
     releaseList();
     zol::report_rssi_in_dbm(true);
@@ -133,41 +133,26 @@ TEST_F(Driver, SaysWhatItCannotRead) {
   const std::string two = station("\x02\x0b\x6b\x0a\xff\x03") + station("\x02\x0b\x6b\x0a\xff\x04");
   const std::string first = "02:0B:6B:0A:FF:03\n";
   const std::string both = first + "02:0B:6B:0A:FF:04\n";
+  const std::string normal = "[wlan0]\nMODE=4\nDEVICE=ath0\n";
   const std::string odd_mode = "It to be an error in function:loadAssociatedClients\n";
+  const std::string no_table = "loadAssociatedClients: unable to get station information\n";
+  const std::string no_statistics = "unable to get station stats for 02:0B:6B:0A:FF:03\n";
   const struct {
     const char *name;
-    std::string configuration;
-    std::map<std::string, std::string> tables;
+    std::string configuration, table;
     bool statistics;
     std::string listed, printed;
-  } cases[] = {
-      {"nothing wrong", "[wlan0]\nMODE=4\nDEVICE=ath0\n", {{"ath0", two}}, true, both, ""},
-      {"unknown mode", "[wlan0]\nMODE=5\nDEVICE=ath0\n", {{"ath0", two}}, true, "", odd_mode},
-      {"no mode", "[wlan0]\nDEVICE=ath0\n", {{"ath0", two}}, true, "", odd_mode},
-      {"no table",
-       "[wlan0]\nMODE=0\nDEVICE=ath0\n",
-       {},
-       true,
-       "",
-       "loadAssociatedClients: unable to get station information\n"},
-      {"no statistics",
-       "[wlan0]\nMODE=0\nDEVICE=ath0\n",
-       {{"ath0", two}},
-       false,
-       "",
-       "unable to get station stats for 02:0B:6B:0A:FF:03\n"},
-      {"a table cut short", "[wlan0]\nMODE=0\nDEVICE=ath0\n", {{"ath0", two.substr(0, 327)}}, true, first, ""},
-      {"an entry without a length",
-       "[wlan0]\nMODE=0\nDEVICE=ath0\n",
-       {{"ath0", two.substr(0, 164) + std::string(200, '\0')}},
-       true,
-       first,
-       ""},
-  };
+  } cases[] = {{"nothing wrong", normal, two, true, both, ""},
+               {"unknown mode", "[wlan0]\nMODE=5\nDEVICE=ath0\n", two, true, "", odd_mode},
+               {"no mode", "[wlan0]\nDEVICE=ath0\n", two, true, "", odd_mode},
+               {"no table", normal, "", true, "", no_table},
+               {"no statistics", normal, two, false, "", no_statistics},
+               {"a table cut short", normal, two.substr(0, 327), true, first, ""},
+               {"an entry without a length", normal, two.substr(0, 164) + std::string(200, '\0'), true, first, ""}};
   for (const auto &fault : cases) {
     SCOPED_TRACE(fault.name);
     machine_.files = {{"/proc/net/dev", " ath0: 1\n"}, {"/etc/sysctl.conf", fault.configuration}};
-    machine_.tables = fault.tables;
+    machine_.tables = {{"ath0", fault.table}};
     machine_.statistics = fault.statistics;
     testing::internal::CaptureStdout();
     loadTables();
@@ -199,20 +184,20 @@ int socket(int domain, int type, int protocol) noexcept {
   return original<int(int, int, int)>("socket")(domain, type, protocol);
 }
 
-int ioctl(int descriptor, unsigned long request, ...) noexcept {
+int ioctl(int fd, unsigned long request, ...) noexcept {
   va_list arguments;
   va_start(arguments, request);
   void *argument = va_arg(arguments, void *);
   va_end(arguments);
   if (machine == nullptr || request < SIOCDEVPRIVATE || request > SIOCIWLAST) {
-    return original<int(int, unsigned long, ...)>("ioctl")(descriptor, request, argument);
+    return original<int(int, unsigned long, ...)>("ioctl")(fd, request, argument);
   }
   auto &wireless = *static_cast<iwreq *>(argument);
   const std::string interface = wireless.ifr_ifrn.ifrn_name;
   machine->asked.push_back(interface + " " + std::to_string(request));
   if (request == table_request) {
     const auto table = machine->tables.find(interface);
-    if (table == machine->tables.end()) return -1;
+    if (table == machine->tables.end() || table->second.empty()) return -1;
     EXPECT_EQ(wireless.u.data.length, 24576);
     memcpy(wireless.u.data.pointer, table->second.data(), table->second.size());
     wireless.u.data.length = static_cast<uint16_t>(table->second.size());
@@ -230,22 +215,22 @@ int ioctl(int descriptor, unsigned long request, ...) noexcept {
   return interface == "lo" ? -1 : 0;
 }
 
-FILE *fopen(const char *path, const char *mode) {
-  if (machine != nullptr && (strncmp(path, "/proc/", 6) == 0 || strncmp(path, "/etc/", 5) == 0)) {
-    const auto file = machine->files.find(path);
+FILE *fopen(const char *filename, const char *modes) {
+  if (machine != nullptr && (strncmp(filename, "/proc/", 6) == 0 || strncmp(filename, "/etc/", 5) == 0)) {
+    const auto file = machine->files.find(filename);
     if (file == machine->files.end()) return nullptr;
     return fmemopen(file->second.data(), file->second.size(), "r");
   }
-  return original<FILE *(const char *, const char *)>("fopen")(path, mode);
+  return original<FILE *(const char *, const char *)>("fopen")(filename, modes);
 }
 
-void syslog(int priority, const char *format, ...) {
+void syslog(int pri, const char *fmt, ...) {
   char text[256];
   va_list arguments;
-  va_start(arguments, format);
-  vsnprintf(text, sizeof text, format, arguments);
+  va_start(arguments, fmt);
+  vsnprintf(text, sizeof text, fmt, arguments);
   va_end(arguments);
-  EXPECT_EQ(priority, LOG_ERR);
+  EXPECT_EQ(pri, LOG_ERR);
   if (machine != nullptr) machine->logged.emplace_back(text);
 }
 }

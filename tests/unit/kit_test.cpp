@@ -44,6 +44,23 @@ TEST(Fields, AreCountedWithoutTheEmptyOnes) {
   EXPECT_EQ(zol_countElementOf_("", ' '), 0);
 }
 
+TEST(Texts, BehindAMarkerEndWithTheLine) {
+  EXPECT_STREQ(zol::text_after("a: b: c", ": "), "b: c");
+  EXPECT_STREQ(zol::text_after("label: x", "label:", 1), "x");
+  EXPECT_STREQ(zol::text_after("label:\0xxxx", "label:", 2), "");
+  EXPECT_EQ(zol::text_after("label", "label:"), nullptr);
+}
+
+TEST(Fields, OfARecordAreFilledToTheirEnd) {
+  const std::pair<const char *, std::string> cases[] = {
+      {"", std::string(4, '\0')}, {"6", std::string("6\0\0\0", 4)}, {"-100", "-100"}, {"12345", "1234"}};
+  for (const auto &[source, expected] : cases) {
+    char field[5] = {'o', 'l', 'd', '!', '|'};
+    zol::fill_field(std::span(field).first(4), source);
+    EXPECT_EQ(std::string(field, 5), expected.substr(0, 4) + "|") << source;
+  }
+}
+
 TEST(Numbers, WrapAtThirtyTwoBitsOnEveryMachine) {
   struct Case {
     const char *text;

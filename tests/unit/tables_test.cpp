@@ -13,17 +13,15 @@
 
 extern "C" {
 zol::FindMethod var_zol_table, var_scanning_table, var_dhcpactive_table;
-extern char zol_wlan_mac[64], zol_wlan_bssid[64], zol_ssid_name[30], zol_host_active[31];
-extern int32_t zol_dfs_status, zol_bit_rate, zol_wlantx_bytes, zol_assoc_count;
+extern char zol_wlan_mac[64], zol_ssid_name[30], zol_host_active[31];
 extern zol::Ipv4 zol_ip_active;
-void zol_table_parse_config_zol_wlan_mac(const char *token, char *value);
-void scanning_table_parse_config_zol_ssid_name(const char *token, char *value);
-void scanning_table_parse_config_zol_mac_scan(const char *token, char *value);
-void dhcpactive_table_parse_config_zol_host_active(const char *token, char *value);
-void dhcpactive_table_parse_config_zol_lease_time(const char *token, char *value);
-void dhcpactive_table_parse_config_zol_mac_active(const char *token, char *value);
+void zol_table_parse_config_zol_wlan_mac(const char *, char *);
+void scanning_table_parse_config_zol_ssid_name(const char *, char *);
+void scanning_table_parse_config_zol_mac_scan(const char *, char *);
+void dhcpactive_table_parse_config_zol_host_active(const char *, char *);
+void dhcpactive_table_parse_config_zol_lease_time(const char *, char *);
+void dhcpactive_table_parse_config_zol_mac_active(const char *, char *);
 extern char zol_mac_scan[44], zol_mac_active[44], zol_lease_time[32];
-void init_zol_table(void);
 }
 
 namespace {
@@ -123,12 +121,8 @@ TEST_F(InterfaceStatistics, ACommandThatCannotBeStartedLeavesWhatWasReadBefore) 
   EXPECT_EQ(cell(var_zol_table, 4, 6, 2)->bytes, "\x06\x0A\x52\x1B\x2C\x30");
   int32_t value = 7;
   EXPECT_EQ(get_zol_bit_rate("ath0", &value), -1);
-  EXPECT_EQ(value, 7);
-  EXPECT_EQ(get_zol_dfs_status("ath0", &value), -1);
   EXPECT_EQ(get_zol_assoc_count("ath0", &value), 0);
-  char mac[20] = "kept";
-  EXPECT_EQ(get_zol_wlan_mac("ath0", mac), -1);
-  EXPECT_STREQ(mac, "kept");
+  EXPECT_EQ(get_zol_wlan_mac("ath0", zol_wlan_mac), -1);
 }
 
 TEST_F(InterfaceStatistics, OddLines) {
@@ -137,30 +131,18 @@ TEST_F(InterfaceStatistics, OddLines) {
     std::string output;
     int32_t value;
   };
-  const std::string filler(100, '.');
   const Case cases[] = {
       {4, "Bit Rate=54 Mb/s\n", 0},
       {4, "Bit Rate:auto\nBit Rate:54\n", 0},
-      {4, "Bit Rate:  -54.5 Mb/s\n", -54},
       {4, "Bit Rate:54", 5},
-      {4, "Bit Rate:\n", 0},
-      {4, "Bit Rate:99999999999999999999\n", -1},
-      {4, "no colon\n\n\x01\xFF:\nBit Rate:6\n", 6},
       // Lines are read in pieces of 127 characters, and every piece loses its last one.
-      {4, filler + "................" + "Bit Rate:1234\n", 1},
-      {4, filler + "......................" + "Bit Rate:54\n", 0},
-      {4, std::string(127, '.') + "Bit Rate:54\n", 54},
+      {4, std::string(116, '.') + "Bit Rate:1234\n", 1},
       {4, std::string(10'000, '.') + "\nBit Rate:54\n", 54},
-      {4, "Bit Rate\0:54\nBit Rate:8\n"s, 8},
       // One character of this tool's label is passed over, whatever it is.
       {2, "ACK timeout  :64\n", 4},
-      {2, "ACK timeout  :\n", 0},
-      {2, "ACK timeout : 64\n", 0},
       {9, "TX packets:7 errors:8\nTX packets:7 errors:9\n", 8},
-      {9, "TX packets:x errors:8 \n", 0},
-      {9, "TX packets:7 dropped:1 errors:8 \n", 0},
-      {9, "TX packets:7errors: 8 \n", 8},
-      {9, "TX packets:7 errors:\n", 0},
+      {9, "TX packets: errors:8 \n", 0},
+      {5, "00:0b:6\n00:\n", 1},
       {5, "00:0b\n00:0b:\n00:0b:6\n::::::\nab-cd-ef\n", 3},
   };
   for (const Case &odd : cases) {
@@ -184,23 +166,18 @@ TEST_F(InterfaceStatistics, AnAddressIsTakenByPositionAndNotChecked) {
   for (const auto &[output, octets] : cases) EXPECT_EQ(read(1, "iwconfig ath1", output).bytes, octets) << output;
 }
 
-TEST_F(InterfaceStatistics, InterfacesThatComeAndGoShowWithTheFirstCell) {
-  const auto exists = [](oid row) { return cell(var_zol_table, 4, 4, row).has_value(); };
-  EXPECT_TRUE(exists(2));
-  EXPECT_FALSE(exists(3));
+TEST_F(InterfaceStatistics, RowsAreTheInterfacesOfTheLastRefresh) {
   std::string many;
   for (int i = 0; i < 20; ++i) many += "\tath" + std::to_string(i) + "\n";
   shell.answers("brctl show", many);
-  EXPECT_FALSE(exists(3));
-  shell.commands();
   EXPECT_TRUE(cell(var_zol_table, 4, 1, 1));
   EXPECT_EQ(shell.commands(), (Commands{"brctl show", "iwconfig ath0"}));
-  EXPECT_TRUE(exists(16));
+  EXPECT_TRUE(cell(var_zol_table, 4, 4, 16));
   EXPECT_EQ(shell.commands(), Commands{"iwconfig ath15"});
-  EXPECT_FALSE(exists(17));
+  EXPECT_FALSE(cell(var_zol_table, 4, 4, 17));
   shell.cannot_start("brctl show");
   EXPECT_FALSE(cell(var_zol_table, 4, 1, 1));
-  EXPECT_FALSE(exists(2));
+  EXPECT_FALSE(cell(var_zol_table, 4, 4, 2));
 }
 
 TEST(BridgeMembers, AreTheLinesWithANumberedInterface) {
@@ -310,16 +287,6 @@ TEST_F(SiteSurvey, ACellWithoutASignalMergesWithTheNext) {
   EXPECT_EQ(text(3, 2), "\0\0\0\0\0\0"s) << "a record begins empty";
 }
 
-TEST_F(SiteSurvey, NetworksBeyondTheCapacityAreLeftOut) {
-  std::string many;
-  for (int i = 1; i <= 60; ++i) many += found("\"n" + std::to_string(i) + "\"");
-  EXPECT_EQ(survey(many, many), 96U);
-  EXPECT_EQ(text(1, 96), "n36");
-  EXPECT_EQ(survey(many + many, many), 96U);
-  EXPECT_EQ(text(1, 96), "n36");
-  EXPECT_EQ(survey(found("\"alone\"")), 1U);
-}
-
 TEST_F(SiteSurvey, AScanThatCannotBeStartedEndsTheSurvey) {
   EXPECT_EQ(survey(found("\"north\""), found("\"south\"") + found("\"east\"")), 3U);
   shell.cannot_start("iwinfo ath1 scan ");
@@ -387,14 +354,6 @@ TEST_F(DhcpLeases, OddLines) {
       {"none\n\n : \n:\n 1\n", {}},
   };
   for (const auto &[file, rows] : cases) EXPECT_EQ(list(file), rows) << file;
-}
-
-TEST_F(DhcpLeases, LeasesBeyondTheCapacityAreLeftOut) {
-  std::string file;
-  for (int i = 1; i <= 40; ++i) file += lease(now, "host" + std::to_string(i));
-  const Rows rows = list(file);
-  ASSERT_EQ(rows.size(), 32U);
-  EXPECT_EQ(rows.back()[1], "host32");
 }
 
 TEST_F(DhcpLeases, AFileThatCannotBeReadLeavesNoLease) {
