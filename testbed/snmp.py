@@ -81,7 +81,7 @@ class Client:
         self.root = self.ROOT.format(enterprise)
         self.timeout = timeout
         """Seconds to wait for an answer: a request takes as long as the commands that it makes the agent run."""
-        self._environment = {
+        self.environment = {
             "PATH": os.environ.get("PATH", "/usr/bin:/bin"),
             "LC_ALL": "C",
             "MIBS": "",
@@ -139,7 +139,7 @@ class Client:
         community = [] if "-c" in options else ["-c", "public"]
         command = [program, "-v2c", *community, *options, "-m", "", "-On", "-Oe", "-Ox", "-r", "0"]
         command += ["-t", str(self.timeout), f"udp:127.0.0.1:{self.port}", *arguments]
-        client = subprocess.Popen(command, env=self._environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        client = subprocess.Popen(command, env=self.environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         while True:
             try:
                 output, error_text = client.communicate(timeout=0.5)

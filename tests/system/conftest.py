@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import os
 import signal
+import subprocess
 import sys
 from collections.abc import Iterator
 from pathlib import Path
@@ -14,6 +15,11 @@ REPOSITORY = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(REPOSITORY))
 
 from testbed.device import Agent, Device  # noqa: E402
+
+BUILD = Path(os.environ.get("ZOLARC_BUILD", REPOSITORY / "build"))
+MIB_FILE = BUILD / "share/mibs/ZOLARC-MIB.txt"
+# What the MIB file imports.
+MIB_BASE = REPOSITORY / "share/mibs/base"
 
 
 @pytest.hookimpl(hookwrapper=True)
@@ -30,7 +36,7 @@ def pytest_runtest_makereport(item: pytest.Item) -> Iterator[None]:
 @pytest.fixture(scope="session")
 def build_dir() -> Path:
     """The build under test."""
-    return Path(os.environ.get("ZOLARC_BUILD", REPOSITORY / "build"))
+    return BUILD
 
 
 @pytest.fixture
@@ -59,3 +65,15 @@ def ends_well(agent: Agent) -> None:
     """Stops the agent. A sanitizer that has found a fault in the library answers another status."""
     os.kill(agent.pid, signal.SIGTERM)
     assert agent.wait() == 0, agent.log()
+
+
+def snmp_by_name(program: str, agent: Agent, *arguments: str) -> str:
+    """What a stock client that knows the MIB prints about the objects of an agent."""
+    community = "private" if program == "snmpset" else "public"
+    command = [program, "-v2c", "-c", community, "-t", "20", "-r", "0", "-M", f"{MIB_BASE}:{MIB_FILE.parent}",
+               "-m", "ZOLARC-MIB", f"udp:127.0.0.1:{agent.port}", *arguments]
+    done = subprocess.run(command, capture_output=True, text=True, check=False, env=agent.environment)
+    # The client's own folders are new as well.
+    errors = [line for line in done.stderr.splitlines() if not line.startswith("Created directory: ")]
+    assert (done.returncode, errors) == (0, []), done
+    return done.stdout
