@@ -15,6 +15,7 @@
 
 #include "agent/bundle.hpp"
 #include "core/agent.hpp"
+#include "core/static_table.hpp"
 
 extern "C" {
 #include <net-snmp/agent/agent_read_config.h>
@@ -161,6 +162,7 @@ bool start(const Options &options) {
     return false;
   }
   if (options.agentx == nullptr) init_mib_modules();
+  if (options.agentx != nullptr) zol::pass_over_missing_rows(true);
   init_netsnmpzolarc();
   init_snmp(application);
   if (options.agentx == nullptr && init_master_agent() != 0) {

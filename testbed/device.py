@@ -75,7 +75,7 @@ class Device:
         self.journal = self.path / "journal"
         self.build = Path((self.path / "build").read_text())
         self.stations = Stations(self.state)
-        self._children: list[Agent | TrapReceiver] = []
+        self._children: list[Program] = []
 
     @classmethod
     def create(cls, path: Path | str, build_dir: Path | str) -> Device:
@@ -262,6 +262,14 @@ class Device:
         self._children.append(agent)
         return agent
 
+    def start_zolarcd(self, *options: str) -> Program:
+        """Starts the library's own agent, which logs to zolarcd.log, without waiting for it."""
+        started = Program(self, ["/opt/zolarc/lib/zolarcd", *options], self.path / "zolarcd.log",
+                          env={"SNMP_PERSISTENT_DIR": "/tmp/zolarcd", **_sanitizer_environment(self.library)},
+                          detached=False)
+        self._children.append(started)
+        return started
+
     def start_trapd(self) -> TrapReceiver:
         """Starts a trap receiver on a loopback port."""
         receiver = TrapReceiver(self)
@@ -317,7 +325,7 @@ def _children_of(parent: int) -> list[int]:
     return found
 
 
-class _Service:
+class Program:
     """A program that runs inside the device until it is stopped."""
 
     def __init__(self, device: Device, arguments: list[str], log: Path, *, env: dict[str, str] | None, detached: bool):
@@ -350,6 +358,22 @@ class _Service:
     def running(self) -> bool:
         return self.process.poll() is None
 
+    def rss_kib(self) -> int:
+        """Its resident memory."""
+        status = Path(f"/proc/{self.pid}/status").read_text()
+        return int(re.search(r"VmRSS:\s+(\d+)", status)[1])  # type: ignore[index]
+
+    def open_fds(self) -> int:
+        return len(os.listdir(f"/proc/{self.pid}/fd"))
+
+    def zombies(self) -> int:
+        """Its children that have ended and were not waited for."""
+        count = 0
+        for child in _children_of(self.pid):
+            with contextlib.suppress(OSError):
+                count += ") Z " in Path(f"/proc/{child}/stat").read_text()
+        return count
+
     def wait(self, timeout: float = 20.0) -> int:
         """Waits for the program to end by itself and returns its exit status."""
         return self.process.wait(timeout)
@@ -366,7 +390,7 @@ class _Service:
                 self.process.wait()
 
 
-class Agent(_Service, Client):
+class Agent(Program, Client):
     """A running agent, and the client that asks it."""
 
     def __init__(self, device: Device, modules: list[str] | None, *, conf: str, env: dict[str, str] | None,
@@ -389,7 +413,7 @@ class Agent(_Service, Client):
         environment.update(env or {})
         if any(preloads):
             environment["LD_PRELOAD"] = " ".join(filter(None, preloads))
-        _Service.__init__(self, device, command, device.path / f"{name}.log", env=environment, detached=detached)
+        Program.__init__(self, device, command, device.path / f"{name}.log", env=environment, detached=detached)
         try:
             wait_until(self._answers, "the agent to answer", 60)
         except Exception as failure:
@@ -411,22 +435,6 @@ class Agent(_Service, Client):
             raise RuntimeError(f"the agent ended with status {self.process.returncode}")
         return answers(self.port, 0.5)
 
-    def rss_kib(self) -> int:
-        """Its resident memory."""
-        status = Path(f"/proc/{self.pid}/status").read_text()
-        return int(re.search(r"VmRSS:\s+(\d+)", status)[1])  # type: ignore[index]
-
-    def open_fds(self) -> int:
-        return len(os.listdir(f"/proc/{self.pid}/fd"))
-
-    def zombies(self) -> int:
-        """Its children that have ended and were not waited for."""
-        count = 0
-        for child in _children_of(self.pid):
-            with contextlib.suppress(OSError):
-                count += ") Z " in Path(f"/proc/{child}/stat").read_text()
-        return count
-
     def hup(self) -> None:
         """Makes it read its configuration again, and waits until it has and answers."""
         done = "restarted"
@@ -436,7 +444,7 @@ class Agent(_Service, Client):
         wait_until(self._answers, "the agent to answer", 60)
 
 
-class TrapReceiver(_Service):
+class TrapReceiver(Program):
     """A running snmptrapd."""
 
     def __init__(self, device: Device):
