@@ -176,38 +176,6 @@ TEST_F(Radio, ASetRunsItsCommand) {
   EXPECT_EQ(shell.commands(), committed(radio + "channel=auto"));
 }
 
-TEST_F(Radio, RangesEndWhereTheyShould) {
-  struct Range {
-    const char *name;
-    WriteMethod *write;
-    std::vector<int32_t> accepted;
-    std::vector<int32_t> refused;
-  };
-  const Range ranges[] = {
-      {"index", write_wlan_index, {0, 15}, {-1, 16}},
-      {"opmode", write_wlan_opmode, {0, 4}, {-1, 5}},
-      {"profilemode", write_wlan_profilemode, {1, 8}, {0, 9}},
-      {"countrycode", write_wlan_countrycode, {0, 887}, {-1, 888}},
-      {"networkhidden", write_wlan_networkhidden, {1, 2}, {0, 3}},
-      {"channel", write_wlan_channel, {1, 255}, {0, 256}},
-      {"datarate", write_wlan_datarate, {0, 32}, {-1, 33}},
-      {"binterval", write_wlan_binterval, {0, 65535}, {-1, 65536}},
-      {"rtsthreshold", write_wlan_rtsthreshold, {0, 65535}, {-1, 65536}},
-      {"ginterval", write_wlan_ginterval, {0, 1}, {-1, 2}},
-      {"txpower", write_wlan_txpower, {0, 26}, {-1, 27}},
-      {"antenna", write_wlan_antenna, {1, 3}, {0, 2, 4}},
-      {"specwidth", write_chann_specwidth, {20, 40}, {19, 30, 41}},
-      {"acktimeoutauto", write_wlan_acktimeoutauto, {1, 2}, {0, 3}},
-      {"acktimeoutfixed", write_wlan_acktimeoutfixed, {300, 24000}, {299, 24001}},
-  };
-  for (const auto &[name, write, accepted, refused] : ranges) {
-    SCOPED_TRACE(name);
-    for (const int32_t value : accepted) EXPECT_EQ(set_phase(write, MODE_SET_RESERVE1, value), 0) << value;
-    for (const int32_t value : refused) EXPECT_EQ(set(write, value), SNMP_ERR_WRONGVALUE) << value;
-  }
-  EXPECT_EQ(shell.commands(), Commands{});
-}
-
 TEST_F(Radio, TextsMayBeEmptyAndHave64Characters) {
   std::string text(64, 'x');
   for (const std::string &name : {std::string(), text}) {

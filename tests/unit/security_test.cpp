@@ -168,20 +168,6 @@ TEST_F(Security, TheKeySlotSharesItsOptionWithThePassPhrase) {
   EXPECT_EQ(shell.commands(), Commands{store("key", "4")});
 }
 
-TEST_F(Security, RangesEndWhereTheyShould) {
-  const std::tuple<WriteMethod *, int32_t, int32_t> ranges[] = {{write_security_index, 0, 15},
-                                                                {write_security_authtype, 0, 7},
-                                                                {write_security_keyslot, 1, 4},
-                                                                {write_security_cipher, 0, 2}};
-  for (const auto &[write, low, high] : ranges) {
-    EXPECT_EQ(set(write, low - 1), SNMP_ERR_WRONGVALUE) << low;
-    EXPECT_EQ(set(write, high + 1), SNMP_ERR_WRONGVALUE) << high;
-    EXPECT_EQ(set_phase(write, MODE_SET_RESERVE1, low), 0) << low;
-    EXPECT_EQ(set_phase(write, MODE_SET_RESERVE1, high), 0) << high;
-  }
-  EXPECT_EQ(shell.commands(), Commands{});
-}
-
 TEST_F(Security, WithoutItsCommandAnObjectAnswersItsPresetOrWhatItHeld) {
   set(write_security_keyslot, 2);
   set(write_security_key, ASN_OCTET_STR, "held");
