@@ -64,7 +64,7 @@ int probe(float *kbps, Read read) {
 
 }  // namespace
 
-int32_t zol::counter_value(const char *name) { return to_int32(name + strcspn(name, "123456789")); }
+int32_t zol::counter_value(const char *name) { return to_int32(name + strcspn(name, "0123456789")); }
 
 int zol_get_80211(int32_t *out, const char *counter) {
   *out = 0;

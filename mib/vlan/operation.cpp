@@ -16,7 +16,9 @@ int get_vlan_enabled(int32_t *enabled) {
 }
 
 int set_vlan_enabled(int32_t enabled) {
-  shell("uci set vlanac.activation.enabled=%d;uci commit vlanac", enabled == 1 ? 1 : 0);
+  if (enabled == 1 || enabled == 2) {
+    shell("uci set vlanac.activation.enabled=%d;uci commit vlanac", enabled == 1 ? 1 : 0);
+  }
   return 0;
 }
 
