@@ -12,6 +12,7 @@ import pytest
 
 from conftest import MIB_BASE, MIB_FILE, snmp_by_name
 from testbed.device import Agent
+from testbed.snmp import descriptor
 
 # Ranges of 32 bits are no restriction.
 WHOLE_RANGE = "-2147483648..2147483647"
@@ -30,12 +31,6 @@ def smi_tool(tmp_path: Path) -> Callable[..., str]:
         return done.stdout + done.stderr
 
     return run
-
-
-def descriptor(name: str) -> str:
-    """The name of an object in the MIB: zol_rx_invalidNwid is zolRxInvalidNwid."""
-    first, *others = name.split("_")
-    return first + "".join(part[0].upper() + part[1:] for part in others)
 
 
 class Syntax:
