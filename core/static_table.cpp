@@ -1,14 +1,6 @@
 #include "core/static_table.hpp"
 
-#include <ctime>
-
 namespace zol {
-
-namespace {
-bool passes_over_missing_rows = false;
-}
-
-void pass_over_missing_rows(bool pass_over) { passes_over_missing_rows = pass_over; }
 
 void add_tokens(std::span<const Token> tokens) {
   for (const Token &token : tokens) add_token(token.name, token.parse, token.release);
@@ -53,7 +45,6 @@ void StaticTable::fill_records() {
 unsigned char *StaticTable::find(variable *record, oid *name, size_t *length, int exact, size_t *value_length,
                                  WriteMethod **write_method) {
   if (spec_.only_while_running && netsnmp_running == 0) return nullptr;
-  const bool is_walk = exact == 0;
   // A GET of the bare cell is matched as a GETNEXT, which answers the instance below it.
   if (snmp_oid_compare(name, *length, record->name, record->namelen) == 0) exact = 0;
   if (!matches(record, name, length, exact, value_length, write_method)) return nullptr;
@@ -63,35 +54,15 @@ unsigned char *StaticTable::find(variable *record, oid *name, size_t *length, in
   // Readers count on it: a row is an index into what they keep.
   if (row < 1 || row > capacity()) return nullptr;
   const Cell cell{static_cast<int32_t>(row)};
-  if (number == 1 && row == 1) {
-    missing_ = {};
-    if (spec_.refresh != nullptr) spec_.refresh();
-  }
+  if (number == 1 && row == 1 && spec_.refresh != nullptr) spec_.refresh();
   if (spec_.live_rows != nullptr && cell.row > spec_.live_rows()) return nullptr;
   for (const Column &column : columns_) {
     if (column.magic != record->magic) continue;
-    if (spec_.select != nullptr && !select(cell, is_walk)) return nullptr;
+    if (spec_.select != nullptr && !spec_.select(cell)) return nullptr;
     return read(column, cell, value_length);
   }
   snmp_set_detail("no column has this magic");
   return nullptr;
-}
-
-bool StaticTable::select(Cell cell, bool is_walk) {
-  if (!passes_over_missing_rows || !is_walk) return spec_.select(cell);
-  constexpr time_t longest = 2;
-  const time_t now = time(nullptr);
-  if (now < missing_since_ || now - missing_since_ > longest) {
-    missing_ = {};
-    missing_since_ = now;
-  }
-  const auto row = static_cast<size_t>(cell.row);
-  uint64_t &missing = missing_[row / 64 % missing_.size()];
-  const uint64_t bit = uint64_t{1} << row % 64;
-  if ((missing & bit) != 0) return false;
-  const bool is_there = spec_.select(cell);
-  if (!is_there) missing |= bit;
-  return is_there;
 }
 
 unsigned char *StaticTable::read(const Column &column, Cell cell, size_t *value_length) {

@@ -84,12 +84,6 @@ struct Token {
   void (*release)();
 };
 
-/// Lets every table pass over the rows that a walk has just found missing, without asking for them again. For an agent
-/// that is asked by another one: a GETNEXT that comes to a row without a value is answered with the next value there
-/// is, however far behind, and the other agent, which asks for each row by itself, throws that away. So each of n
-/// missing rows would be looked for by all the missing ones before it.
-ZOL_EXPORT void pass_over_missing_rows(bool pass_over);
-
 class StaticTable {
  public:
   constexpr StaticTable(const char *name, const TableSpec &spec, std::span<const Column> columns,
@@ -108,8 +102,6 @@ class StaticTable {
   /// How many rows are registered.
   [[nodiscard]] size_t capacity() const { return records_.size() / columns_.size(); }
   void fill_records();
-  /// `spec_.select`, for a walk without asking for what it has just found missing.
-  bool select(Cell cell, bool is_walk);
   unsigned char *read(const Column &column, Cell cell, size_t *value_length);
 
   const char *name_;
@@ -120,9 +112,6 @@ class StaticTable {
   std::span<const Token> tokens_;
   Registration registration_{};
   bool has_tokens_ = false;
-  /// The rows that walks have found missing, as bits, and when this begun.
-  std::array<uint64_t, 2> missing_{};
-  time_t missing_since_ = 0;
   /// What the agent is pointed at for integers and addresses.
   uint32_t answer_ = 0;
 };

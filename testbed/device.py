@@ -232,7 +232,7 @@ class Device:
     @property
     def sanitized(self) -> bool:
         """Whether the library was built with a sanitizer, which keeps freed memory and starts slowly."""
-        return bool(_sanitizer_environment(self.library))
+        return bool(sanitizer_environment(self.library))
 
     def modules(self) -> list[str]:
         """The modules that the library can load one by one, in an order in which they may be loaded.
@@ -262,10 +262,10 @@ class Device:
         self._children.append(agent)
         return agent
 
-    def start_zolarcd(self, *options: str) -> Program:
+    def start_zolarcd(self, *options: str, env: dict[str, str] | None = None) -> Program:
         """Starts the library's own agent, which logs to zolarcd.log, without waiting for it."""
-        started = Program(self, ["/opt/zolarc/lib/zolarcd", *options], self.path / "zolarcd.log",
-                          env={"SNMP_PERSISTENT_DIR": "/tmp/zolarcd", **_sanitizer_environment(self.library)},
+        environment = {"SNMP_PERSISTENT_DIR": "/tmp/zolarcd", **_agent_environment(self.library, env)}
+        started = Program(self, ["/opt/zolarc/lib/zolarcd", *options], self.path / "zolarcd.log", env=environment,
                           detached=False)
         self._children.append(started)
         return started
@@ -300,13 +300,20 @@ def _link_programs(root: Path, programs: Path) -> None:
             (root / "bin" / applet).symlink_to("busybox")
 
 
-def _sanitizer_environment(library: Path) -> dict[str, str]:
+def sanitizer_environment(library: Path) -> dict[str, str]:
     """What an agent needs that was not built with the sanitizers of the library which it loads."""
     runtimes = re.findall(rb"\0(lib[at]san\.so\.\d+)(?=\0)", library.read_bytes())
     if not runtimes:
         return {}
     # The agent itself frees little of what it holds when it ends.
     return {"LD_PRELOAD": " ".join(name.decode() for name in set(runtimes)), "ASAN_OPTIONS": "detect_leaks=0"}
+
+
+def _agent_environment(library: Path | None, env: dict[str, str] | None) -> dict[str, str]:
+    """`env`, with what the library of an agent needs beside it."""
+    environments = [sanitizer_environment(library) if library else {}, env or {}]
+    preloads = " ".join(part["LD_PRELOAD"] for part in environments if "LD_PRELOAD" in part)
+    return environments[0] | environments[1] | ({"LD_PRELOAD": preloads} if preloads else {})
 
 
 def _parent_and_name(pid: int) -> tuple[int, str]:
@@ -406,13 +413,9 @@ class Agent(Program, Client):
         self.configuration = f"/etc/snmp/{name}.conf"
         device.write(self.configuration, "\n".join([*lines, conf, ""]))
         command = [word.replace("{conf}", self.configuration) for word in command]
-        environment = {"SNMP_PERSISTENT_DIR": "/tmp/snmp"}
-        if library:
-            environment.update(_sanitizer_environment(device.library))
-        preloads = [environment.get("LD_PRELOAD"), (env or {}).get("LD_PRELOAD")]
-        environment.update(env or {})
-        if any(preloads):
-            environment["LD_PRELOAD"] = " ".join(filter(None, preloads))
+        hosts_library = library or name == "zolarcd"
+        environment = {"SNMP_PERSISTENT_DIR": "/tmp/snmp",
+                       **_agent_environment(device.library if hosts_library else None, env)}
         Program.__init__(self, device, command, device.path / f"{name}.log", env=environment, detached=detached)
         try:
             wait_until(self._answers, "the agent to answer", 60)

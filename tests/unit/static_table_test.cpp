@@ -28,9 +28,6 @@ int32_t live = 0;
 int32_t live_after_refresh = 0;
 int refreshes = 0;
 int reads = 0;
-/// How often the second row was looked for, and whether it is there.
-int searches = 0;
-bool has_second_row = false;
 
 zol::Octets read_text(zol::Cell cell) {
   static char text[16];
@@ -65,12 +62,7 @@ constexpr zol::Token tokens[] = {ZOL_TOKEN(sample, sampleNumber), ZOL_TOKEN(samp
 
 ZOL_TABLE(
     sample, var_sample, 4, columns, tokens, .entry = {77, 2, 1}, .refresh = refresh, .live_rows = [] { return live; },
-    .select =
-        [](zol::Cell cell) {
-          if (cell.row != 2) return true;
-          ++searches;
-          return has_second_row;
-        });
+    .select = [](zol::Cell cell) { return cell.row != 2; });
 
 // The agent of this program only takes notes.
 extern "C" {
@@ -147,8 +139,7 @@ class StaticTable : public testing::Test {
   void SetUp() override {
     agent = {};
     snmp_enterprise_oid = 32473;
-    live = live_after_refresh = refreshes = reads = searches = 0;
-    has_second_row = false;
+    live = live_after_refresh = refreshes = reads = 0;
     init_sample();
   }
   void TearDown() override { deinit_sample(); }
@@ -217,18 +208,6 @@ TEST_F(StaticTable, OnlyTheFirstCellRefreshes) {
   EXPECT_TRUE(get(name_of({1, 1, 0})));
   EXPECT_TRUE(get(name_of({3, 3, 0})));
   EXPECT_EQ(refreshes, 2);
-}
-
-TEST_F(StaticTable, AWalkCanPassOverWhatItHasFoundMissing) {
-  zol::pass_over_missing_rows(true);
-  live = live_after_refresh = 4;
-  for (const oid column : {1U, 3U, 4U}) EXPECT_EQ(get_next(name_of({column, 1, 0}))->first, name_of({column, 3, 0}));
-  EXPECT_EQ(searches, 1);
-  has_second_row = true;
-  EXPECT_TRUE(get(name_of({3, 2, 0}))) << "a GET asks for itself";
-  EXPECT_TRUE(get_next(name_of({})));
-  EXPECT_EQ(get_next(name_of({3, 1, 0}))->first, name_of({3, 2, 0})) << "a new walk, a new search";
-  zol::pass_over_missing_rows(false);
 }
 
 TEST_F(StaticTable, RowsAndMagicsThatWereNeverRegisteredDoNotExist) {
