@@ -380,7 +380,8 @@ int main(int argc, char **argv) {
   if (const int status = read_options(argc, argv, options); status != -1) return status;
   // Found now: an upgrade may have put another program in its place by the time it starts again.
   std::array<char, PATH_MAX> path{};
-  if (readlink("/proc/self/exe", path.data(), path.size() - 1) == -1) strcpy(path.data(), "/proc/self/exe");
+  constexpr const char *self = "/proc/self/exe";
+  if (readlink(self, path.data(), path.size() - 1) == -1) snprintf(path.data(), path.size(), "%s", self);
   const bool in_background = getenv(background_mark) != nullptr;
   unsetenv(background_mark);
   log_to(in_background);
