@@ -9,7 +9,7 @@ from pathlib import Path
 
 import pytest
 
-from testbed.device import Device
+from testbed.device import Device, wait_until
 from testbed.snmp import NoResponse, SnmpError, Trap
 
 COMMAND_LINE = Path(__file__).resolve().parents[2] / "testbed/device"
@@ -202,7 +202,7 @@ def test_an_agent_as_it_comes(device: Device) -> None:
         agent.hup()
         assert agent.get(".1.3.6.1.2.1.1.6.0").text == "quay"
         assert processes_of(device)
-    assert processes_of(device) == [] and not Path(f"/proc/{agent.pid}").exists()
+    wait_until(lambda: processes_of(device) == [] and not Path(f"/proc/{agent.pid}").exists(), "every process to end")
     with pytest.raises(NoResponse):
         agent.get("2.1.0")
 
@@ -210,7 +210,8 @@ def test_an_agent_as_it_comes(device: Device) -> None:
 def test_an_agent_that_does_not_start_says_why(device: Device) -> None:
     with pytest.raises(RuntimeError, match="NoSuchTransport"):
         device.start_agent(library=False, conf="agentaddress NoSuchTransport:1")
-    assert processes_of(device) == []
+    # What a sandbox holds ends a moment after it.
+    wait_until(lambda: processes_of(device) == [], "every process to end")
 
 
 def test_traps_are_received(device: Device) -> None:
@@ -242,5 +243,5 @@ def test_from_the_command_line(tmp_path: Path, build_dir: Path) -> None:
         assert "[02:00:0A:00:00:0B]  -55 dBm" in call("run", folder, "iwinfo", "ath1", "assoclist")
     finally:
         call("stop", folder)
-    assert processes_of(Device(folder)) == []
+    wait_until(lambda: processes_of(Device(folder)) == [], "every process to end")
     assert call("stop", folder) == "no agent was running\n"
