@@ -13,12 +13,12 @@
 extern "C" {
 
 // One attribute of one station. `mac` is its address in the dash form "00-1a-2b-3c-4d-5e", any case. Unless said
-// otherwise a reader presets its output (0, or an empty text), counts the bridged interfaces with "brctl show", asks
-// one after the other until one knows the station, and returns 0, found or not, or -1 when a command cannot be started.
-// A text that is no address is not looked for.
+// otherwise a reader presets its output (0, or an empty text), counts the bridged interfaces with "brctl show" (none
+// where they cannot be counted), asks one after the other until one knows the station, and returns 0, found or not, or
+// -1 when an interface cannot be asked. A text that is no address is not looked for.
 
-/// A counter of the station's link by its name in "80211stats -i ath<N> -a", such as "rx_bytes". The number is taken
-/// from its first digit other than 0 on, so that a counter of 0 has none and reads as 0. Wraps at 32 bits.
+/// A counter of the station's link by its name in "80211stats -i ath<N> -a", such as "rx_bytes": the first number
+/// behind the name, 0 when the rest of the line has none. Wraps at 32 bits.
 ZOL_EXPORT int zol_get_80211_by_macaddr(const char *mac, int32_t *out, const char *counter);
 
 /// How well the link to the station uses its time, in per cent, from "iwinfo ath<N> assoclist".

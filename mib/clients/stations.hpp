@@ -22,7 +22,7 @@ constexpr size_t most_stations = 8;
 using Stations = std::array<Station, most_stations>;
 
 /// Looks for stations on every bridged interface with "wlanconfig ath<N> list sta".
-/// @return how many it found, or -1 when a command cannot be started
+/// @return how many it found; none where the interfaces cannot be counted; -1 when one of them cannot be asked
 int scan_stations(Stations &stations);
 
 }  // namespace zol

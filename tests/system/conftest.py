@@ -14,7 +14,8 @@ import pytest
 REPOSITORY = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(REPOSITORY))
 
-from testbed.device import Agent, Device  # noqa: E402
+from testbed.device import Agent, Device, Program, wait_until  # noqa: E402
+from testbed.snmp import NoResponse, SnmpError, answers  # noqa: E402
 
 BUILD = Path(os.environ.get("ZOLARC_BUILD", REPOSITORY / "build"))
 MIB_FILE = BUILD / "share/mibs/ZOLARC-MIB.txt"
@@ -59,6 +60,26 @@ def agent(device: Device) -> Agent:
 def fast_clock(speed: int) -> dict[str, str]:
     """The environment of an agent whose clock starts at noon and runs `speed` times as fast as the real one."""
     return {"LD_PRELOAD": "/opt/zolarc/lib/tests/fast_clock.so", "FAST_CLOCK": str(speed)}
+
+
+AGENTX_SOCKET = "unix:/tmp/agentx"
+AGENTX_MASTER = f"master agentx\nagentXSocket {AGENTX_SOCKET}"
+
+
+def serves_tree(agent: Agent) -> bool:
+    """Whether an agent answers, and the library's objects are there."""
+    try:
+        return answers(agent.port, 0.1) and agent.getnext().oid == "1.1.0"
+    except (NoResponse, SnmpError):
+        return False
+
+
+def start_subagent(device: Device, *options: str, env: dict[str, str] | None = None) -> tuple[Agent, Program]:
+    """A stock agent, and zolarcd as its subagent."""
+    master = device.start_agent(library=False, conf=AGENTX_MASTER)
+    zolarcd = device.start_zolarcd("--agentx", AGENTX_SOCKET, *options, env=env)
+    wait_until(lambda: serves_tree(master), "the subagent to register")
+    return master, zolarcd
 
 
 def ends_well(agent: Agent) -> None:

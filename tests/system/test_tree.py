@@ -10,7 +10,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import snmp_by_name
+from conftest import snmp_by_name, start_subagent
 from testbed.device import Agent, Device, wait_until
 
 EXPECTED = Path(__file__).with_name("whole_tree.txt")
@@ -48,8 +48,6 @@ bandwidthDownload = express
 bandwidthUpload = low
 """
 
-SOCKET = "unix:/tmp/agentx"
-
 # What moves with the time of day.
 TIMES = re.compile(r"(?P<object>clientUptime|zolLeaseTime|currentTime)(?P<rest>\S* = STRING: ).*")
 
@@ -68,10 +66,7 @@ def start(device: Device, host: str) -> Agent:
     if host == "bundle":
         return device.start_agent()
     if host == "AgentX":
-        agent = device.start_agent(library=False, conf=f"master agentx\nagentXSocket {SOCKET}")
-        device.start_zolarcd("--agentx", SOCKET)
-        wait_until(lambda: agent.getnext().oid == "1.1.0", "the subagent to register")
-        return agent
+        return start_subagent(device)[0]
     sampling = "dlmod sampling_host /opt/zolarc/lib/tests/sampling_host.so"
     return device.start_agent(device.modules(), conf=sampling)
 

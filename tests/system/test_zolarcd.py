@@ -13,13 +13,11 @@ from pathlib import Path
 
 import pytest
 
-from conftest import REPOSITORY, ends_well, fast_clock
+from conftest import AGENTX_MASTER, AGENTX_SOCKET, REPOSITORY, ends_well, fast_clock, serves_tree, start_subagent
 from testbed.device import BUNDLE, LIBRARY, Agent, Device, Program, sanitizer_environment, wait_until
-from testbed.snmp import Client, NoResponse, SnmpError, Value, answers, free_udp_port
+from testbed.snmp import Client, SnmpError, Value, answers, free_udp_port
 
 ZOLARCD = "/opt/zolarc/lib/zolarcd"
-SOCKET = "unix:/tmp/agentx"
-MASTER = f"master agentx\nagentXSocket {SOCKET}"
 RESTARTS = ("1.3.0", "17.4.0")
 
 
@@ -29,18 +27,8 @@ def start(device: Device, mode: str, **options: str) -> tuple[Agent, Program]:
         program = [ZOLARCD, "--config", "{conf}"]
         agent = device.start_agent(program=program, library=False, env=fast_clock(20), **options)
         return agent, agent
-    agent = device.start_agent(library=False, conf=MASTER)
     device.write("/etc/snmp/zolarcd.conf", options.get("conf", ""))
-    zolarcd = device.start_zolarcd("--agentx", SOCKET, "--config", "/etc/snmp/zolarcd.conf", env=fast_clock(20))
-    wait_until(lambda: serves(agent), "the subagent to register")
-    return agent, zolarcd
-
-
-def serves(agent: Client) -> bool:
-    try:
-        return answers(agent.port, 0.1) and agent.getnext().oid == "1.1.0"
-    except (NoResponse, SnmpError):
-        return False
+    return start_subagent(device, "--config", "/etc/snmp/zolarcd.conf", env=fast_clock(20))
 
 
 @pytest.mark.parametrize("mode", ["master", "subagent"])
@@ -53,7 +41,7 @@ def test_it_starts_again_over_snmp(device: Device, mode: str) -> None:
         asked = time.monotonic()
         agent.set(RESTARTS[count % 2], "i", 1)
         wait_until(lambda: len(re.findall(r"zolarcd \S+ started", zolarcd.log())) == count, "zolarcd to start again")
-        wait_until(lambda: serves(agent), "the tree to be served again")
+        wait_until(lambda: serves_tree(agent), "the tree to be served again")
         assert time.monotonic() - asked < (4 if device.sanitized else 2)
         device.override("iwinfo")
     assert Path(f"/proc/{zolarcd.pid}/comm").read_text() == name
@@ -90,12 +78,12 @@ def test_a_reload_gives_presets_anew_and_loses_no_answer(device: Device, mode: s
 def test_the_master_agent_comes_and_goes(device: Device) -> None:
     receiver = device.start_trapd()
     device.write("/etc/snmp/zolarcd.conf", "agentXPingInterval 1\n")
-    zolarcd = device.start_zolarcd("--agentx", SOCKET, env=fast_clock(20))
+    zolarcd = device.start_zolarcd("--agentx", AGENTX_SOCKET, env=fast_clock(20))
     wait_until(lambda: "started" in zolarcd.log(), "zolarcd to wait")
     port = free_udp_port()
     for channel in (11, 6):
-        agent = device.start_agent(library=False, conf=f"{MASTER}\n{receiver.sink}", port=port)
-        wait_until(lambda: serves(agent), "the subagent to register")
+        agent = device.start_agent(library=False, conf=f"{AGENTX_MASTER}\n{receiver.sink}", port=port)
+        wait_until(lambda: serves_tree(agent), "the subagent to register")
         agent.set("3.1.6.0", "i", channel)
         assert device.uci("get wireless.wifi0.channel") == f"{channel}\n"
         with pytest.raises(SnmpError, match="wrongValue"):
@@ -167,7 +155,7 @@ def test_in_the_background_it_stays_one_process(device: Device) -> None:
 @pytest.mark.parametrize(("options", "status", "says"), [
     (["--nonsense"], 2, "Try 'zolarcd --help'"),
     (["superfluous"], 2, "unexpected argument 'superfluous'"),
-    (["--agentx", SOCKET, "--address", "udp:1161"], 2, "does not listen"),
+    (["--agentx", AGENTX_SOCKET, "--address", "udp:1161"], 2, "does not listen"),
     (["--config", "/missing"], 1, "cannot read /missing: No such file or directory"),
     (["--config", "/etc"], 1, "cannot read /etc: Is a directory"),
     (["--address", "udp:127.0.0.1:{taken}"], 1, "cannot listen: Address already in use"),
