@@ -5,7 +5,6 @@ from __future__ import annotations
 import difflib
 import itertools
 import re
-import subprocess
 from pathlib import Path
 
 import pytest
