@@ -5,6 +5,7 @@
 #include "agent/bundle.hpp"
 #include "agent/sampling.hpp"
 #include "core/module.hpp"
+#include "core/switches.hpp"
 
 namespace {
 
@@ -16,6 +17,7 @@ bool is_first(const zol::Module &module) { return strcmp(module.name, first_modu
 }  // namespace
 
 void init_netsnmpzolarc(void) {
+  zol::add_switches();
   for (const zol::Module *module : zol::modules()) {
     if (is_first(*module)) module->init();
   }
@@ -28,4 +30,5 @@ void init_netsnmpzolarc(void) {
 void deinit_netsnmpzolarc(void) {
   zol::stop_sampling();
   for (const zol::Module *module : zol::modules()) module->deinit();
+  zol::remove_switches();
 }
