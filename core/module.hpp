@@ -25,8 +25,14 @@ struct Arcs {
   std::array<uint8_t, most> arc;
 };
 
-enum class Access : uint8_t { read_only, read_write };
+enum class Access : uint8_t { read_only, read_write, not_accessible, accessible_for_notify };
 using enum Access;
+
+/// Which tree below 1.3.6.1.4.1.E.8 an object belongs to; the number is the arc.
+enum class Tree : uint8_t { products = 1, extensions = 2 };
+
+/// The type of a notification in the registry, which has no ASN.1 type of its own.
+constexpr uint8_t notification_type = 0;
 
 /// What a SET accepts: numbers for INTEGER, lengths for OCTET STRING. An object that is never set has no interval.
 struct Accepts {
@@ -59,6 +65,8 @@ struct ObjectInfo {
   Accepts accepts;
   /// How many rows a table's column can have; 0 for a scalar.
   uint8_t rows;
+  /// What `oid` counts from.
+  Tree tree = Tree::products;
 };
 
 /// One module as the registry holds it. The agent starts a module with `dlmod <name> <library>`, which calls `init`.

@@ -21,12 +21,6 @@ class SnmpError(Exception):
         self.name = name
 
 
-def descriptor(name: str) -> str:
-    """The name of an object in the MIB file: zol_rx_invalidNwid is zolRxInvalidNwid there."""
-    first, *others = name.split("_")
-    return first + "".join(part[0].upper() + part[1:] for part in others)
-
-
 class NoResponse(Exception):
     """The agent did not answer in time, or is not there."""
 

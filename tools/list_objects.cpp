@@ -1,5 +1,6 @@
-// Prints the registry, one line per object in the order of the tree, its fields separated by tabs: OID below the root,
-// name, type, access, what a SET accepts (numbers, or lengths of a text), rows of a table's column (0 for a scalar).
+// Prints the registry, one line per object in the order of the tree, its fields separated by tabs: OID below
+// 1.3.6.1.4.1.E.8, name, type, access, what a SET accepts (numbers, or lengths of a text), rows of a table's column (0
+// for a scalar), the module that holds it.
 
 #include <algorithm>
 #include <cstdio>
@@ -10,38 +11,72 @@
 
 namespace {
 
-std::span<const uint8_t> arcs(const zol::ObjectInfo *object) { return {object->oid.arc.data(), object->oid.count}; }
+struct Entry {
+  const zol::ObjectInfo *object;
+  const char *module;
+};
 
-const char *type_name(const zol::ObjectInfo *object) {
-  if (object->type == ASN_INTEGER) return "INTEGER";
-  return object->type == ASN_IPADDRESS ? "IpAddress" : "OCTET STRING";
+std::vector<unsigned> path(const Entry &entry) {
+  const zol::ObjectInfo &object = *entry.object;
+  std::vector<unsigned> arcs{static_cast<unsigned>(object.tree)};
+  arcs.insert(arcs.end(), object.oid.arc.begin(), object.oid.arc.begin() + object.oid.count);
+  return arcs;
 }
 
-void print(const zol::ObjectInfo *object) {
+const char *type_name(const zol::ObjectInfo &object) {
+  switch (object.type) {
+    case ASN_INTEGER:
+      return "INTEGER";
+    case ASN_OCTET_STR:
+      return "OCTET STRING";
+    case ASN_IPADDRESS:
+      return "IpAddress";
+    case ASN_COUNTER:
+      return "Counter32";
+    case ASN_GAUGE:
+      return "Gauge32";
+    case ASN_TIMETICKS:
+      return "TimeTicks";
+    case ASN_COUNTER64:
+      return "Counter64";
+    case zol::notification_type:
+      return "NOTIFICATION-TYPE";
+    default:
+      return "unknown";
+  }
+}
+
+const char *access_name(zol::Access access) {
+  constexpr const char *names[] = {"read-only", "read-write", "not-accessible", "accessible-for-notify"};
+  return names[static_cast<size_t>(access)];
+}
+
+void print(const Entry &entry) {
+  const zol::ObjectInfo &object = *entry.object;
   const char *dot = "";
-  for (const unsigned arc : arcs(object)) {
+  for (const unsigned arc : path(entry)) {
     printf("%s%u", dot, arc);
     dot = ".";
   }
-  printf("\t%s\t%s\t%s\t", object->name, type_name(object),
-         object->access == zol::read_write ? "read-write" : "read-only");
+  printf("\t%s\t%s\t%s\t", object.name, type_name(object), access_name(object.access));
   const char *bar = "";
-  for (size_t i = 0; i < object->accepts.count; ++i) {
-    const auto &[low, high] = object->accepts.interval[i];
+  for (size_t i = 0; i < object.accepts.count; ++i) {
+    const auto &[low, high] = object.accepts.interval[i];
     printf("%s%d..%d", bar, low, high);
     bar = "|";
   }
-  printf("\t%u\n", object->rows);
+  printf("\t%u\t%s\n", object.rows, entry.module);
 }
 
 }  // namespace
 
 int main() {
-  std::vector<const zol::ObjectInfo *> objects;
+  std::vector<Entry> entries;
   for (const zol::Module *module : zol::modules()) {
-    for (size_t i = 0; i < module->object_count; ++i) objects.push_back(&module->objects[i]);
+    for (const zol::ObjectInfo &object : std::span(module->objects, module->object_count)) {
+      entries.push_back({&object, module->name});
+    }
   }
-  std::ranges::sort(
-      objects, [](const auto *a, const auto *b) { return std::ranges::lexicographical_compare(arcs(a), arcs(b)); });
-  for (const zol::ObjectInfo *object : objects) print(object);
+  std::ranges::sort(entries, {}, path);
+  std::ranges::for_each(entries, print);
 }

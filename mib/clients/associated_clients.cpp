@@ -41,25 +41,56 @@ using R = ClientRecord;
 
 // There is no column 11.
 constexpr Column columns[] = {
+    /// @syntax ZolarcMacAddress
+    /// The station's address.
     octets_column(1, 101, "client_mac", address),
+    /// @syntax ZolarcText (SIZE (0..39))
+    /// The name of the network that it has joined.
     octets_column(2, 146, "client_ssid", text<&R::ssid>),
+    /// @units dBm
+    /// The strength of its signal.
     integer_column(3, 104, "client_rssi", number<&R::rssi>),
+    /// @syntax ZolarcText (SIZE (0..19))
+    /// The strength of its signal at each antenna, separated by commas.
     octets_column(4, 149, "client_signal_chains", text<&R::signal_chains>),
+    /// @units dBm
+    /// The noise that it is received with.
     integer_column(5, 148, "client_noise", number<&R::noise>),
+    /// @units Mbit/s
+    /// The rate that it is sent to with, its whole number.
     integer_column(6, 102, "client_tx_rate", number<&R::tx_rate>),
+    /// @units Mbit/s
+    /// The rate that it sends with, its whole number; clientTxRate where the driver tells none.
     integer_column(7, 145, "client_rx_rate", number<&R::rx_rate>),
+    /// @units percent
+    /// The quality of the connection in sending to it.
     integer_column(8, 147, "client_txccq", number<&R::txccq>),
+    /// Its address, from its lease; 0.0.0.0 when it has none.
     address_column(9, 150, "client_ip", [](Cell) { return current.ip_address; }),
+    /// @syntax ZolarcText (SIZE (0..43))
+    /// How long it has had its lease, for example '0 Days 01:02:03'.
     octets_column(10, 151, "client_uptime", text<&R::uptime_text>),
+    /// Data frames received from it.
     integer_column(12, 108, "client_rx_data", number<&R::rx_data_copy>),
+    /// @units bytes
+    /// Bytes received from it.
     integer_column(13, 110, "client_rx_bytes", number<&R::rx_bytes>),
+    /// Data frames sent to it.
     integer_column(14, 126, "client_tx_data", number<&R::tx_data_copy>),
+    /// @units bytes
+    /// Bytes sent to it.
     integer_column(15, 128, "client_tx_bytes", number<&R::tx_bytes>),
+    /// Authentications with it.
     integer_column(16, 152, "client_tx_auth", number<&R::tx_auth>),
+    /// Errors in sending of the first wireless interface, not of the station alone.
     integer_column(17, 141, "client_tx_err_packets", number<&R::tx_err_packets>),
+    /// Errors in receiving of the first wireless interface, not of the station alone.
     integer_column(18, 142, "client_rx_err_packets", number<&R::rx_err_packets>),
+    /// Frames to it that were discarded.
     integer_column(19, 153, "client_tx_discard", number<&R::tx_discard>),
+    /// Authentications that have not failed.
     integer_column(20, 154, "client_auth_ok", number<&R::auth_ok>),
+    /// Associations that have not failed.
     integer_column(21, 155, "client_assoc_ok", number<&R::assoc_ok>),
 };
 
@@ -82,6 +113,9 @@ void prepare() {
 
 }  // namespace
 
+/// @table clientTable
+/// The associated stations, at most eight. They are collected in the background every eleven seconds. Where nothing
+/// samples, as in an agent that loads the modules one by one, the table is empty.
 ZOL_TABLE(zol_AssociatedClients, var_ClientInfoTable, most_stations, columns, tokens, .entry = {5, 1},
           .select = select_row, .only_while_running = true, .prepare = prepare);
 

@@ -19,6 +19,8 @@ constexpr const char *only_name = "admin";
 
 // The device has one administrator, whose name is fixed. The write operation only changes the cached text, and since
 // the object is read-only the agent never calls it.
+/// @syntax ZolarcText (SIZE (1..32))
+/// The name of the device's one administrator, which is fixed.
 ZOL_TEXT(admin_name, name_size, .oid = {2, 6}, .accepts = range(1, 32), .access = read_only);
 
 int get_admin_name(char *name) {
@@ -31,6 +33,9 @@ int get_admin_name(char *name) {
 
 int set_admin_name(const char *) { return 0; }
 
+/// @syntax ZolarcText (SIZE (0..32))
+/// The administrator's password. A SET changes it at once (passwd). A GET answers the text that was set last over SNMP
+/// in clear, or an empty one: restrict this object by a view.
 ZOL_TEXT(admin_pwd, name_size, .oid = {2, 7}, .accepts = range(1, 32));
 
 int get_admin_pwd(char *password) {

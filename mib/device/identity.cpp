@@ -20,6 +20,9 @@ constexpr size_t shortest_line = 6;
 
 }  // namespace
 
+/// @syntax ZolarcText (SIZE (0..32))
+/// The host name (system.@system[0].hostname), which is also the sysName that the agent starts with
+/// (snmpd.cfg10e48a.sysName).
 ZOL_TEXT(ap_name, name_size, .oid = {2, 1}, .accepts = range(1, 32));
 
 int get_ap_name(char *name) {
@@ -45,6 +48,8 @@ int set_ap_name(const char *name) {
   return 0;
 }
 
+/// @syntax ZolarcText (SIZE (0..32))
+/// The model, in upper case, from the name of the device's first LED.
 ZOL_TEXT_WITHOUT_SET(ap_model, name_size, .oid = {2, 2}, .access = read_only);
 
 int get_ap_model(char *model) {
@@ -64,6 +69,8 @@ int get_ap_model(char *model) {
   return 0;
 }
 
+/// @syntax ZolarcText (SIZE (0..32))
+/// The firmware's description (DISTRIB_DESCRIPTION of /etc/openwrt_release).
 ZOL_TEXT_WITHOUT_SET(fw_version, name_size, .oid = {2, 3}, .access = read_only);
 
 int get_fw_version(char *version) {
@@ -84,8 +91,10 @@ int get_fw_version(char *version) {
   return 0;
 }
 
+/// The longitude that a manager has noted for the device; only stored, and lost when the agent ends.
 ZOL_INTEGER(stats_longtitude, .oid = {2, 11}, .accepts = range(-1000, 1000));
 ZOL_STORED_NUMBER(stats_longtitude)
 
+/// The latitude that a manager has noted for the device; only stored, and lost when the agent ends.
 ZOL_INTEGER(stats_latitude, .oid = {2, 12}, .accepts = range(-1000, 1000));
 ZOL_STORED_NUMBER(stats_latitude)

@@ -9,6 +9,9 @@
 
 using namespace zol;
 
+/// @syntax ZolarcAction
+/// Set to perform(1), the device loses its whole configuration and reboots with factory settings (mtd -r erase
+/// rootfs_data). A GET answers what was set last.
 ZOL_INTEGER(reset_ap, .oid = {1, 2}, .accepts = range(0, 1));
 
 int get_reset_ap(int32_t *value) {
@@ -22,6 +25,10 @@ int set_reset_ap(int32_t value) {
   return 0;
 }
 
+/// @syntax ZolarcAction
+/// Set to perform(1), the agent answers, ends and starts again, so that it takes over its own changed configuration; a
+/// line goes to /var/snmp_log. An agent that nobody starts again stays away. A GET always answers idle(0). The network
+/// is not reloaded by it.
 ZOL_INTEGER(apply_change, .oid = {1, 3}, .accepts = range(0, 1));
 
 int get_apply_change(int32_t *value) {
@@ -39,6 +46,8 @@ int set_apply_change(int32_t value) {
   return 0;
 }
 
+/// @syntax ZolarcAction
+/// Accepted for managers that set it; changes nothing. A GET always answers idle(0).
 ZOL_INTEGER(web_mngt, .oid = {1, 6}, .accepts = range(0, 1));
 
 int get_web_mngt(int32_t *value) {
@@ -49,6 +58,8 @@ int get_web_mngt(int32_t *value) {
 // Accepted for managers that set it, and meant to change nothing: this object once reset the device.
 int set_web_mngt(int32_t) { return 0; }
 
+/// @syntax ZolarcText (SIZE (0..31))
+/// The memory in use, for example '29744 KB' (top).
 ZOL_TEXT_WITHOUT_SET(ram_used, 32, .oid = {2, 10}, .access = read_only);
 
 int get_ram_used(char *text) {

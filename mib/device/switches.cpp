@@ -47,18 +47,29 @@ int switch_port(const char *interface, int32_t status) {
 
 // These four are registered under the group's arc, with the two arcs below it as the row's name.
 
+/// @syntax ZolarcSwitch
+/// Whether radio 0 is on (the inverse of wireless.wifi0.disabled; on when the option is missing). In force when the
+/// wireless network is reloaded.
 ZOL_INTEGER(wlan_status0, .oid = {1, 4, 1}, .accepts = range(on, off), .row_arcs = 2);
 int get_wlan_status0(int32_t *status) { return read_radio(0, status); }
 int set_wlan_status0(int32_t status) { return switch_radio(0, status); }
 
+/// @syntax ZolarcSwitch
+/// Whether radio 1 is on (the inverse of wireless.wifi1.disabled; on when the option is missing). In force when the
+/// wireless network is reloaded.
 ZOL_INTEGER(wlan_status1, .oid = {1, 4, 2}, .accepts = range(on, off), .row_arcs = 2);
 int get_wlan_status1(int32_t *status) { return read_radio(1, status); }
 int set_wlan_status1(int32_t status) { return switch_radio(1, status); }
 
+/// @syntax ZolarcSwitch
+/// Whether interface eth0.1 is up. A SET takes the interface up or down at once (ifconfig) and is not kept over a
+/// reboot: switching off the port that the manager comes through locks it out.
 ZOL_INTEGER(eth_status0, .oid = {1, 5, 1}, .accepts = range(on, off), .row_arcs = 2);
 int get_eth_status0(int32_t *status) { return read_port("eth0.1", status); }
 int set_eth_status0(int32_t status) { return switch_port("eth0.1", status); }
 
+/// @syntax ZolarcSwitch
+/// Whether interface eth0.2 is up, as ethStatus0.
 ZOL_INTEGER(eth_status1, .oid = {1, 5, 2}, .accepts = range(on, off), .row_arcs = 2);
 int get_eth_status1(int32_t *status) { return read_port("eth0.2", status); }
 int set_eth_status1(int32_t status) { return switch_port("eth0.2", status); }

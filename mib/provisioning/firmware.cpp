@@ -139,6 +139,10 @@ int num_days(const char *date) {
   return static_cast<int>(difftime(timegm(&parts), epoch) / seconds_of_a_day);
 }
 
+/// @syntax ZolarcAction
+/// Set to perform(1), with apcLoadflag and apcFiletype 1, the agent fetches the file by FTP, reads its version and its
+/// digest, and notes what came of it in apcStatus and apcFailreason. It answers when that is done, which can take
+/// minutes: give the request a long timeout and no retries. A GET answers what was set last.
 ZOL_INTEGER(apc_download, .oid = {21, 12}, .accepts = range(0, 1));
 
 int get_apc_download(int32_t *value) {
@@ -180,6 +184,9 @@ int set_apc_download(int32_t value) {
   return 0;
 }
 
+/// @syntax ZolarcAction
+/// A SET of any value that is accepted flashes the image that was fetched if apcStatus is readyToFlash(1), and the
+/// device reboots. Else only a line goes to /etc/log_pnar.txt. A GET answers what was set last.
 ZOL_INTEGER(apc_confirm, .oid = {21, 13}, .accepts = range(0, 1));
 
 int get_apc_confirm(int32_t *value) {

@@ -73,20 +73,52 @@ int services_get_string(const char *key, char *out) {
   int set_##NAME(const char *text) { return store_text(OPTION, text); }                                   \
   static_assert(true)
 
+/// @syntax Integer32
+/// What to do with the file; a firmware image is fetched by 1 (apc.setting.apcLoadFlag).
 APC_NUMBER(apc_loadflag, "apcLoadFlag", .oid = {21, 1}, .accepts = range(1, 3));
+
+/// @syntax ZolarcText (SIZE (0..128))
+/// The name of the file on the server (apc.setting.apcFileName).
 APC_TEXT(apc_filename, 128, "apcFileName", .oid = {21, 2});
+
+/// @syntax Integer32
+/// What the file is; 1 is a firmware image (apc.setting.apcTypeOfFile).
 APC_NUMBER(apc_filetype, "apcTypeOfFile", .oid = {21, 3}, .accepts = range(1, 3));
-// Ports above 35535 are refused; it is meant so.
+/// @syntax Integer32
+/// The FTP server's port (apc.setting.apcSrvPort). Ports above 35535 are refused.
 APC_NUMBER(apc_port, "apcSrvPort", .oid = {21, 5}, .accepts = range(1, 35535));
+
+/// @syntax ZolarcText (SIZE (0..32))
+/// The user name on the server (apc.setting.apcSrvUserName).
 APC_TEXT(apc_username, 32, "apcSrvUserName", .oid = {21, 6});
+
+/// @syntax ZolarcText (SIZE (0..32))
+/// The password on the server, in clear (apc.setting.apcSrvPasswd).
 APC_TEXT(apc_password, 32, "apcSrvPasswd", .oid = {21, 7});
+
+/// @syntax INTEGER { started(0), readyToFlash(1), failed(2) }
+/// How far the transfer has come (apc.setting.apcTransferStatus).
 APC_NUMBER(apc_status, "apcTransferStatus", .oid = {21, 8}, .accepts = range(0, 2));
+
+/// @syntax ZolarcText (SIZE (0..256))
+/// What came of the last transfer, with a time stamp (apc.setting.apcTransferFailReason).
 APC_TEXT(apc_failreason, 256, "apcTransferFailReason", .oid = {21, 9});
+
+/// @syntax ZolarcText (SIZE (0..64))
+/// The MD5 digest of the file that was fetched (apc.setting.apcFileChecksum).
 APC_TEXT(apc_filecsum, 64, "apcFileChecksum", .oid = {21, 10});
+
+/// @syntax ZolarcText (SIZE (0..32))
+/// The version in the image that was fetched (apc.setting.apcFileVersion).
 APC_TEXT(apc_fwversion, 32, "apcFileVersion", .oid = {21, 11});
+
+/// The antennas that transmit, as a mask (apc.setting.transmit_antenna).
 APC_NUMBER(apc_tx_amap, "transmit_antenna", .oid = {20, 12}, .accepts = range(0, 65535));
+
+/// The antennas that receive, as a mask (apc.setting.received_antenna).
 APC_NUMBER(apc_rx_amap, "received_antenna", .oid = {20, 13}, .accepts = range(0, 65535));
 
+/// The FTP server's address (apc.setting.apcSrvIpAddress).
 ZOL_ADDRESS(apc_ipaddr, .oid = {21, 4});
 
 int get_apc_ipaddr(Ipv4 *address) {
@@ -106,8 +138,8 @@ int set_apc_ipaddr(Ipv4 address) {
   return 0;
 }
 
-// A text for the provisioning script, which stores it or acts on it as it likes. The only text here that may be empty:
-// the script then runs without an argument.
+// The only text here that may be empty: the script then runs without an argument.
+/// A text that is handed to the provisioning script as its argument; what it does is the script's affair.
 ZOL_TEXT(apc_text, longest_text + 1, .oid = {20, 8, 1, 1}, .accepts = range(0, longest_text));
 
 int get_apc_text(char *text) { return read_text("apc.setting.apc_text", {text, longest_text + 1}); }
@@ -117,8 +149,10 @@ int set_apc_text(const char *text) {
   return 0;
 }
 
-// A setting by its name, "<option> <value>", and with two words more a script to run afterwards with its argument. Any
-// other number of words is accepted and does nothing.
+/// @syntax ZolarcText (SIZE (0..4096))
+/// Two words, an option and its value, set that option; two words more name a script that runs afterwards, and its
+/// argument. Any other number of words is accepted and does nothing. A GET answers a fixed hint. Who may set it can run
+/// any program of the device.
 ZOL_TEXT(apc_discovery, longest_text + 1, .oid = {20, 14}, .accepts = range(1, longest_text));
 
 int get_apc_discovery(char *text) {

@@ -34,20 +34,34 @@ int32_t shown_package(Direction direction) {
 }
 
 constexpr Column columns[] = {
+    /// @syntax Integer32 (1..16)
+    /// The row's number.
     integer_column(1, 1, "client_bandwidth_index", [](Cell cell) { return cell.row; }),
+    /// @syntax ZolarcMacAddress
+    /// The client's address.
     octets_column(2, 2, "client_bandwidth_macaddr", shown_mac),
+    /// The client's IPv4 address.
     address_column(3, 3, "client_bandwidth_ipaddr", [](Cell) { return shown.address; }),
+    /// @syntax ZolarcPackage
+    /// The package that shapes what the client receives.
     integer_column(4, 4, "client_bandwidth_download", [](Cell) { return shown_package(Direction::download); }),
+    /// @syntax ZolarcPackage
+    /// The package that shapes what the client sends.
     integer_column(5, 5, "client_bandwidth_upload", [](Cell) { return shown_package(Direction::upload); }),
 };
 
 }  // namespace
 
+/// @table clientBandwidthTable
+/// The stations that have an address, in the order of clientTable, and the packages that shape their traffic.
+/// bandwidthIndex selects a row for changing it.
 ZOL_TABLE(client_bandwidth, var_client_bandwidth, rows, columns, {}, .entry = {13, 4, 1}, .select = select_client);
 
 // The selected row. Without a client it answers zeros and an empty text, and a SET is refused. The check looks at the
 // row that was selected before the request, so a row is to be selected by a request of its own.
 
+/// Selects the row. Only stored. Unlike elsewhere, select by a request of its own: whether the row has a client is
+/// looked at before a request takes effect.
 ZOL_INTEGER(bandwidth_index, .oid = {13, 5, 1, 1}, .accepts = range(1, rows), .initial = 1);
 ZOL_STORED_NUMBER(bandwidth_index)
 
@@ -74,6 +88,8 @@ size_t address_length = 0;
 
 }  // namespace
 
+/// @syntax ZolarcMacAddress
+/// The client's address; empty when the row has no client.
 ZOL_TEXT_WITHOUT_SET(
     bandwidth_macaddr, mac_length + 1, .oid = {13, 5, 1, 2}, .access = read_only,
     .measure = [] { return address_length; });
@@ -86,6 +102,7 @@ int get_bandwidth_macaddr(char *octets) {
   return 0;
 }
 
+/// The client's IPv4 address; 0.0.0.0 when the row has no client.
 ZOL_ADDRESS_WITHOUT_SET(bandwidth_ipaddr, .oid = {13, 5, 1, 3}, .access = read_only);
 
 int get_bandwidth_ipaddr(Ipv4 *address) {
@@ -94,11 +111,17 @@ int get_bandwidth_ipaddr(Ipv4 *address) {
   return 0;
 }
 
+/// @syntax ZolarcPackage
+/// The package that shapes what the client receives. A SET changes or adds the client's own rule of qos, none(0)
+/// deletes it; rules that an administrator wrote otherwise are left alone. Refused with wrongValue when the row has no
+/// client.
 ZOL_INTEGER(bandwidth_download, .oid = {13, 5, 1, 4}, .accepts = range(0, qos::most_packages),
             .settable = has_selected_client);
 int get_bandwidth_download(int32_t *package) { return read_package(Direction::download, package); }
 int set_bandwidth_download(int32_t package) { return write_package(Direction::download, package); }
 
+/// @syntax ZolarcPackage
+/// The package that shapes what the client sends, as bandwidthDownload.
 ZOL_INTEGER(bandwidth_upload, .oid = {13, 5, 1, 5}, .accepts = range(0, qos::most_packages),
             .settable = has_selected_client);
 int get_bandwidth_upload(int32_t *package) { return read_package(Direction::upload, package); }

@@ -72,18 +72,29 @@ int32_t row_rate(Cell cell, const char *direction) {
 }
 
 constexpr Column columns[] = {
+    /// @syntax Integer32 (1..5)
+    /// The row's number.
     integer_column(1, 1, "bandwidth_package_index", [](Cell cell) { return cell.row; }),
+    /// @syntax ZolarcText (SIZE (0..127))
+    /// The package's name; 'Low' stands for Bulk.
     octets_column(2, 2, "bandwidth_package_name", [](Cell cell) { return text_answer(display_name(row_name(cell))); }),
+    /// @units percent
+    /// The share of the bandwidth for reception that the package is worth.
     integer_column(3, 3, "bandwidth_package_download", [](Cell cell) { return row_rate(cell, download); }),
+    /// @units percent
+    /// The share of the bandwidth for sending that the package is worth.
     integer_column(4, 4, "bandwidth_package_upload", [](Cell cell) { return row_rate(cell, upload); }),
 };
 
 }  // namespace
 
+/// @table bandwidthPackageTable
+/// The bandwidth packages. Four rows are answered, once the first cell was read.
 ZOL_TABLE(
     bandwidth_package, var_bandwidth_package, registered_rows, columns, {}, .entry = {13, 6, 1},
     .refresh = refresh_table, .live_rows = [] { return live_rows; });
 
+/// Selects the package, a row of bandwidthPackageTable. Only stored.
 ZOL_INTEGER(bwidthpkg_index, .oid = {13, 7, 1, 1}, .accepts = range(1, 4), .initial = 1);
 ZOL_STORED_NUMBER(bwidthpkg_index)
 
@@ -101,6 +112,8 @@ const char *selected_name() {
 }  // namespace
 
 // Registered read-write without a write method: the agent refuses a SET.
+/// @syntax ZolarcText (SIZE (0..127))
+/// The package's name; 'Low' stands for Bulk. The agent refuses a SET.
 ZOL_TEXT_WITHOUT_SET(bwidthpkg_name, list_size, .oid = {13, 7, 1, 2});
 
 int get_bwidthpkg_name(char *name) {
@@ -108,10 +121,14 @@ int get_bwidthpkg_name(char *name) {
   return 0;
 }
 
+/// @units percent
+/// The share of the bandwidth for reception that the package is worth (avgrate of its section with _down).
 ZOL_INTEGER(bwidthpkg_download, .oid = {13, 7, 1, 3}, .accepts = range(0, 65535));
 int get_bwidthpkg_download(int32_t *rate) { return get_bandwidth_package(download, selected_name(), rate); }
 int set_bwidthpkg_download(int32_t rate) { return set_bandwidth_package(download, selected_name(), rate); }
 
+/// @units percent
+/// The share of the bandwidth for sending that the package is worth (avgrate of its section).
 ZOL_INTEGER(bwidthpkg_upload, .oid = {13, 7, 1, 4}, .accepts = range(0, 65535));
 int get_bwidthpkg_upload(int32_t *rate) { return get_bandwidth_package(upload, selected_name(), rate); }
 int set_bwidthpkg_upload(int32_t rate) { return set_bandwidth_package(upload, selected_name(), rate); }

@@ -8,7 +8,8 @@
 
 using namespace zol;
 
-// 1 on, 2 off.
+/// @syntax ZolarcSwitch
+/// Whether bandwidth is shaped (qos.wan.enabled).
 ZOL_INTEGER(qos_enabled, .oid = {13, 1}, .accepts = range(1, 2));
 
 int get_qos_enabled(int32_t *enabled) {
@@ -54,10 +55,14 @@ int write_limit(const char *direction, int32_t limit) {
 
 }  // namespace
 
+/// @units kbit/s
+/// The bandwidth of the WAN for sending (qos.wan.upload); 0 when it is not configured.
 ZOL_INTEGER(qos_bandwidthupload, .oid = {13, 2}, .accepts = range(0, 65535));
 int get_qos_bandwidthupload(int32_t *limit) { return read_limit("upload", limit); }
 int set_qos_bandwidthupload(int32_t limit) { return write_limit("upload", limit); }
 
+/// @units kbit/s
+/// The bandwidth of the WAN for reception (qos.wan.download); 0 when it is not configured.
 ZOL_INTEGER(qos_bandwidthdownload, .oid = {13, 3}, .accepts = range(0, 65535));
 int get_qos_bandwidthdownload(int32_t *limit) { return read_limit("download", limit); }
 int set_qos_bandwidthdownload(int32_t limit) { return write_limit("download", limit); }

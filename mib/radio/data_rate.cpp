@@ -24,7 +24,10 @@ const uint32_t id_list[25] = {
 };
 // clang-format on
 
-// The values behind the table's last row, up to 32, are accepted and change nothing; it is meant so.
+/// @syntax Integer32
+/// The fixed rate: 0 automatic, 1 to 8 the legacy rates 1, 2, 5.5, 11 and so on by their masks 0x0b, 0x0f, 0x0a, 0x0e,
+/// 0x09, 0x0d, 0x08 and 0x0c, 9 to 24 the MCS 0 to 15 (option manrate). 25 to 32 are accepted and change nothing. A
+/// mask that is none of these is answered as a number as it is.
 ZOL_INTEGER(wlan_datarate, .oid = {3, 1, 7}, .accepts = range(0, 32));
 
 int get_wlan_datarate(int32_t *rate) {

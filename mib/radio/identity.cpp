@@ -29,6 +29,8 @@ int read_ssid(int index, std::span<char> ssid) {
 }  // namespace
 
 // A new index counts from the next GET or SET of any other radio object on.
+/// Selects the wireless interface that the other objects here read and write: number N stands for section
+/// wireless.@wifi-iface[N], for radio wireless.wifiN and for kernel interface athN alike. Only stored.
 ZOL_INTEGER(wlan_index, .oid = {3, 1, 1}, .accepts = range(0, 15));
 ZOL_STORED_NUMBER(wlan_index)
 
@@ -55,6 +57,9 @@ int get_operation_mode(int index) {
   return wds && mode != adapter ? mode + 1 : mode;
 }
 
+/// @syntax INTEGER { ap(0), apWds(1), station(2), stationWds(3), adapter(4), unknown(255) }
+/// How the interface operates: access point or station, each with or without WDS, or adapter (options mode and wds).
+/// unknown(255) when the configuration cannot be read.
 ZOL_INTEGER(wlan_opmode, .oid = {3, 1, 2}, .accepts = range(0, 4));
 
 int get_wlan_opmode(int32_t *mode) {
@@ -74,6 +79,9 @@ int get_profile_mode(int index) {
   return strchr(standard, 'a') != nullptr && strchr(standard, 'n') != nullptr ? with_a_and_n : other;
 }
 
+/// @syntax Integer32 (1..8 | 255)
+/// The radio standard as iwinfo reports it: 7 for 802.11an, 8 for any other, 255 when it cannot be asked for. A SET is
+/// accepted and changes nothing.
 ZOL_INTEGER(wlan_profilemode, .oid = {3, 1, 3}, .accepts = range(1, 8));
 
 int get_wlan_profilemode(int32_t *mode) {
@@ -96,6 +104,7 @@ const char *get_ssid_name(int index) {
   return ssid;
 }
 
+/// The network's name (SSID), 'unknown' when the interface is not configured. An empty name is accepted.
 ZOL_TEXT(wlan_ssid, text_size, .oid = {3, 1, 4}, .accepts = range(0, 64));
 
 int get_wlan_ssid(char *ssid) { return read_ssid(wlan_index, {ssid, text_size}); }
@@ -106,6 +115,7 @@ int set_wlan_ssid(const char *ssid) {
   return 0;
 }
 
+/// The country of operation as its ISO 3166-1 number (option country of the radio); 0 when it is not configured.
 ZOL_INTEGER(wlan_countrycode, .oid = {3, 1, 5}, .accepts = range(0, 887));
 
 int get_wlan_countrycode(int32_t *code) {
@@ -118,7 +128,8 @@ int get_wlan_countrycode(int32_t *code) {
 
 int set_wlan_countrycode(int32_t code) { return store_number(Owner::radio, "country", code); }
 
-// 1 hidden, 2 broadcast.
+/// @syntax ZolarcSwitch
+/// Whether the network's name is left out of the beacons (option hidden).
 ZOL_INTEGER(wlan_networkhidden, .oid = {3, 1, 14}, .accepts = range(1, 2));
 
 int get_wlan_networkhidden(int32_t *hidden) {
@@ -131,7 +142,8 @@ int get_wlan_networkhidden(int32_t *hidden) {
 
 int set_wlan_networkhidden(int32_t hidden) { return store_number(Owner::network, "hidden", hidden == 1 ? 1 : 0); }
 
-// Only stored, for whoever disconnects clients.
+/// Only stored in the agent. Meant for the addresses of stations to be sent away, separated by semicolons; nothing on
+/// the device reads it.
 ZOL_TEXT(wlan_kickclientmaclist, text_size, .oid = {3, 1, 19}, .accepts = range(0, 64));
 
 int get_wlan_kickclientmaclist(char *list) {

@@ -71,15 +71,35 @@ int store_option(const NumberOption &option, int32_t number) {
   int set_##NAME(int32_t number) { return store_option(OPTION, number); }             \
   static_assert(true)
 
-// An automatic channel answers 0, which no SET accepts: it cannot be chosen here.
+/// @syntax Integer32 (0..255)
+/// The radio's channel number. 0 means that the radio chooses its channel itself, which can be read but not set here.
+/// In force when the wireless network is reloaded.
 RADIO_NUMBER(wlan_channel, channel, .oid = {3, 1, 6}, .accepts = range(1, 255));
+
+/// @units milliseconds
+/// The beacon interval (option bintval of the radio); 0 when it is not configured.
 RADIO_NUMBER(wlan_binterval, beacon_period, .oid = {3, 1, 9}, .accepts = range(0, 65535));
+
+/// @units bytes
+/// The size from which on a frame is announced by RTS (option rts); 0 when it is not configured.
 RADIO_NUMBER(wlan_rtsthreshold, rts_size, .oid = {3, 1, 10}, .accepts = range(0, 65535));
+
+/// @syntax INTEGER { long(0), short(1) }
+/// The guard interval of 802.11n: whether the short one is allowed (option shortgi, short when it is not configured).
 RADIO_NUMBER(wlan_ginterval, short_guard, .oid = {3, 1, 13}, .accepts = range(0, 1));
+
+/// @syntax INTEGER { unknown(0), first(1), second(2), both(3) }
+/// Which antennas transmit, as a mask of chains (option chainmask); both when it is not configured, unknown(0) when the
+/// configuration cannot be read.
 RADIO_NUMBER(wlan_antenna, chains, .oid = {3, 1, 16}, .accepts = one_of(1, 3));
+
+/// @units meters
+/// @syntax Integer32 (0 | 300..24000)
+/// The distance that the ACK timeout is set for (option distance of the radio); 0 when it is not configured.
 RADIO_NUMBER(wlan_acktimeoutfixed, distance, .oid = {3, 1, 22}, .accepts = range(300, 24000));
 
-// In dBm; 0 stands for the most that the radio can do.
+/// @units dBm
+/// The transmit power (option txpower); 0 stands for the most that the radio can do.
 ZOL_INTEGER(wlan_txpower, .oid = {3, 1, 15}, .accepts = range(0, 26));
 
 int get_wlan_txpower(int32_t *dbm) {
@@ -94,7 +114,9 @@ int set_wlan_txpower(int32_t dbm) {
   return dbm == 0 ? store_word(Owner::radio, "txpower", "max") : store_number(Owner::radio, "txpower", dbm);
 }
 
-// In MHz.
+/// @syntax INTEGER { narrow20(20), wide40(40) }
+/// The channel width in MHz (20 when option hwmode of the radio is 11ng20, else 40). A SET makes the mode 11ng20 or
+/// 11ng, also of a radio for 5 GHz.
 ZOL_INTEGER(chann_specwidth, .oid = {3, 1, 20}, .accepts = one_of(20, 40));
 
 int get_chann_specwidth(int32_t *width) {
@@ -112,7 +134,8 @@ int get_chann_specwidth(int32_t *width) {
 
 int set_chann_specwidth(int32_t width) { return store_word(Owner::radio, "hwmode", width == 20 ? "11ng20" : "11ng"); }
 
-// 1 automatic, 2 fixed by `wlan_acktimeoutfixed`.
+/// @syntax INTEGER { automatic(1), fixed(2) }
+/// Whether the radio finds out the ACK timeout itself or derives it from wlanAcktimeoutfixed (option autoack).
 ZOL_INTEGER(wlan_acktimeoutauto, .oid = {3, 1, 21}, .accepts = range(1, 2));
 
 int get_wlan_acktimeoutauto(int32_t *timeout) {

@@ -58,10 +58,17 @@ bool is(const Authentication &authentication, const char *value) {
 }  // namespace
 
 // A new index counts from the next GET or SET of any other security object on.
+/// Selects the section wireless.@wifi-iface[N] that the other objects here read and write. Only stored.
 ZOL_INTEGER(security_index, .oid = {6, 1}, .accepts = range(0, 15));
 ZOL_STORED_NUMBER(security_index)
 
+/// @syntax INTEGER { none(0), wepOpen(1), wepShared(2), psk(3), psk2(4), pskMixed(5), wpa(6), wpa2(7) }
+/// The authentication (option encryption): none, WEP with open or shared key, a pre-shared key of WPA, WPA2 or both, or
+/// RADIUS with WPA or WPA2. A SET keeps the cipher.
 ZOL_INTEGER(security_authtype, .oid = {6, 2}, .accepts = range(0, 7));
+
+/// @syntax INTEGER { automatic(0), ccmp(1), tkipAndCcmp(2) }
+/// The cipher of the types with WPA or WPA2. With no encryption and with WEP a SET is accepted and changes nothing.
 ZOL_INTEGER(security_cipher, .oid = {6, 8}, .accepts = range(0, 2));
 
 int get_security_authtype(int32_t *type) {

@@ -97,15 +97,25 @@ int store_server(const char *option, Ipv4 address) { return store_text(option, D
   int set_##NAME(Ipv4 address) { return store_server(OPTION, address); } \
   static_assert(true)
 
+/// The first WEP key. Keys are answered in clear: restrict this subtree by a view.
 SECURITY_TEXT(security_key1, "key1", 6, 4);
+
+/// The second WEP key.
 SECURITY_TEXT(security_key2, "key2", 6, 5);
+
+/// The third WEP key.
 SECURITY_TEXT(security_key3, "key3", 6, 6);
+
+/// The fourth WEP key.
 SECURITY_TEXT(security_key4, "key4", 6, 7);
 
-// The pre-shared key. It shares its option with `security_keyslot`, which tells the WEP key in use: a SET of one
-// overwrites the other; it is meant so.
+/// The pass phrase of the types with a pre-shared key. A text ends at its first blank when it is read. See
+/// securityKeyslot.
 SECURITY_TEXT(security_key, "key", 6, 9);
 
+/// @syntax Integer32
+/// The WEP key in use. It shares option key with securityKey: a SET of the one overwrites the other, and where that
+/// option holds a pass phrase the number it begins with, or 0, is answered.
 ZOL_INTEGER(security_keyslot, .oid = {6, 3}, .accepts = range(1, 4), .initial = 1);
 
 int get_security_keyslot(int32_t *slot) {
@@ -119,10 +129,23 @@ int get_security_keyslot(int32_t *slot) {
 
 int set_security_keyslot(int32_t slot) { return store_number("key", slot); }
 
+/// The RADIUS server that authenticates; 0.0.0.0 when there is none.
 SECURITY_SERVER(security_authserver, "auth_server", 6, 10);
+
+/// The UDP port of the authenticating RADIUS server.
 SECURITY_PORT(security_authport, "auth_port", 6, 11);
+
+/// The secret shared with the authenticating RADIUS server, in clear.
 SECURITY_TEXT(security_authsecret, "auth_secret", 6, 12);
+
+/// The RADIUS server that keeps accounts; 0.0.0.0 when there is none.
 SECURITY_SERVER(security_acctserver, "acct_server", 6, 13);
+
+/// The UDP port of the accounting RADIUS server.
 SECURITY_PORT(security_acctport, "acct_port", 6, 14);
+
+/// The secret shared with the accounting RADIUS server, in clear.
 SECURITY_TEXT(security_acntsecret, "acct_secret", 6, 15);
+
+/// The NAS identifier that the device tells the RADIUS servers.
 SECURITY_TEXT(security_nasid, "nasid", 6, 16);

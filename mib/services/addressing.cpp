@@ -38,6 +38,9 @@ const char *word_of(std::span<const char *const> known, int32_t number) {
 
 }  // namespace
 
+/// @syntax INTEGER { static(0), dhcp(1) }
+/// Where the LAN address comes from (network.lan.proto). A SET is not committed: it is in force only after something
+/// else commits the network's configuration.
 ZOL_INTEGER(lan_proto, .oid = {8, 1, 1}, .accepts = range(0, lan_protocols.size() - 1));
 
 int get_lan_proto(int32_t *protocol) {
@@ -51,6 +54,8 @@ int set_lan_proto(int32_t protocol) {
   return 0;
 }
 
+/// @syntax INTEGER { static(0), dhcp(1), pptp(2), pppoe(3), l2tp(4) }
+/// How the WAN is connected (network.wan.proto). In force when the network is reloaded.
 ZOL_INTEGER(wan_proto, .oid = {8, 2, 1}, .accepts = range(0, wan_protocols.size() - 1));
 
 int get_wan_proto(int32_t *protocol) {
@@ -87,6 +92,9 @@ int store_dns_servers(const char *option, const char *servers) {
 
 }  // namespace
 
+/// @syntax ZolarcText (SIZE (0..256))
+/// The DNS servers of the LAN, separated by semicolons (network.lan.dns). A SET is not committed: it is in force only
+/// after something else commits the network's configuration.
 ZOL_TEXT(dns_servers, list_size, .oid = {8, 1, 5}, .accepts = range(1, list_size - 1),
          .prepare = read_first<get_dns_servers, dns_servers>);
 
@@ -96,6 +104,8 @@ int get_dns_servers(char *servers) {
 
 int set_dns_servers(const char *servers) { return store_dns_servers("network.lan.dns", servers); }
 
+/// @syntax ZolarcText (SIZE (0..256))
+/// The DNS servers of the WAN, separated by semicolons (network.wan.dns), as dnsServers.
 ZOL_TEXT(wan_dnsservers, list_size, .oid = {8, 2, 5}, .accepts = range(1, list_size - 1),
          .prepare = read_first<get_wan_dnsservers, wan_dnsservers>);
 
@@ -107,6 +117,8 @@ int set_wan_dnsservers(const char *servers) { return store_dns_servers("network.
 
 // Named after port 1, and read from the VLAN interface behind it. The object is read-only, so that its write operation
 // is never handed to the agent.
+/// @syntax ZolarcMacAddress
+/// The interface's Ethernet address.
 ZOL_TEXT(eth1_mac, 65, .oid = {9, 1, 3}, .accepts = range(1, 64), .access = read_only, .fixed_length = mac_length);
 
 int get_eth1_mac(char *octets) {

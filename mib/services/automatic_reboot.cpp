@@ -57,9 +57,15 @@ int check_schedule(const unsigned char *bytes, size_t length) {
 
 }  // namespace
 
+/// @syntax ZolarcText (SIZE (0 | 11..15))
+/// When to reboot: '--by-time=03:30' daily at that time, or '--by-hour=12' every so many hours, 0 to 23. A SET restarts
+/// the watchdog program if autorebEnable is enabled. Another text of the right length is refused with wrongLength.
 ZOL_TEXT(autoreb_param, schedule_size, .oid = {18, 2}, .accepts = range(11, 15),
          .prepare = read_first<get_autoreb_param, autoreb_param>, .check = check_schedule);
 
+/// @syntax INTEGER { unset(0), enabled(1), disabled(2) }
+/// Whether the device reboots by the schedule of autorebParam. A SET starts or stops the watchdog program at once.
+/// unset(0) until it was set for the first time.
 ZOL_INTEGER(autoreb_enable, .oid = {18, 1}, .accepts = range(on, off));
 
 int get_autoreb_enable(int32_t *state) {

@@ -54,6 +54,7 @@ int set_dhcp_parameters(int32_t start, int32_t limit, const char *leasetime) {
 
 // The pool. Only the host number of an address counts: the pool always lies in the network of the LAN.
 
+/// The first address of the pool. Only its last octet is kept (dhcp.lan.start); the others are those of the LAN.
 ZOL_ADDRESS(dhcp_ipstart, .oid = {10, 2});
 
 int get_dhcp_ipstart(Ipv4 *address) {
@@ -67,6 +68,7 @@ int get_dhcp_ipstart(Ipv4 *address) {
 
 int set_dhcp_ipstart(Ipv4 address) { return store_number("dhcp.lan.start", static_cast<int32_t>(address & host_part)); }
 
+/// The last address of the pool, kept as the size of the pool (dhcp.lan.limit): set dhcpIpstart first.
 ZOL_ADDRESS(dhcp_ipend, .oid = {10, 3});
 
 int get_dhcp_ipend(Ipv4 *address) {
@@ -88,6 +90,8 @@ int set_dhcp_ipend(Ipv4 address) {
   return store_number("dhcp.lan.limit", std::max(limit, 0));
 }
 
+/// @syntax ZolarcSwitch
+/// Whether the device gives out addresses (the inverse of dhcp.lan.ignore). A SET starts or stops the server.
 ZOL_INTEGER(dhcp_server, .oid = {10, 1}, .accepts = range(on, off));
 
 int get_dhcp_server(int32_t *state) {
@@ -172,6 +176,8 @@ void store_dns_servers(Ipv4 primary, Ipv4 secondary) {
 
 // The netmask is kept with the DHCP server's options and the gateway with the LAN's; it is meant so.
 
+/// The netmask that clients are told (dhcp.lan.netmask; that of the LAN when there is none). The configuration is read
+/// when the agent starts: what is changed on the device itself shows after a restart of the agent.
 ZOL_ADDRESS(dhcp_netmaskip, .oid = {10, 4}, .prepare = must_read_first<read_netmask, dhcp_netmaskip>,
             .prints_token = true);
 
@@ -182,6 +188,7 @@ int get_dhcp_netmaskip(Ipv4 *netmask) {
 
 int set_dhcp_netmaskip(Ipv4 netmask) { return store_address("dhcp.lan.netmask", netmask); }
 
+/// The gateway that clients are told (network.lan.gateway). Read when the agent starts, as dhcpNetmaskip.
 ZOL_ADDRESS(dhcp_gatewayip, .oid = {10, 5}, .prepare = must_read_first<read_gateway, dhcp_gatewayip>,
             .prints_token = true);
 
@@ -192,6 +199,8 @@ int get_dhcp_gatewayip(Ipv4 *gateway) {
 
 int set_dhcp_gatewayip(Ipv4 gateway) { return store_address("network.lan.gateway", gateway); }
 
+/// The first DNS server that clients are told, the first word of network.lan.dns. Read when the agent starts, as
+/// dhcpNetmaskip.
 ZOL_ADDRESS(dhcp_pridns, .oid = {10, 6}, .prepare = must_read_first<read_primary_dns, dhcp_pridns>);
 
 int get_dhcp_pridns(Ipv4 *server) {
@@ -207,6 +216,8 @@ int set_dhcp_pridns(Ipv4 server) {
   return 0;
 }
 
+/// The second DNS server that clients are told, the second word of network.lan.dns. Read when the agent starts, as
+/// dhcpNetmaskip.
 ZOL_ADDRESS(dhcp_secdns, .oid = {10, 7}, .prepare = must_read_first<read_secondary_dns, dhcp_secdns>);
 
 int get_dhcp_secdns(Ipv4 *server) {
@@ -258,6 +269,10 @@ std::span<const Unit> units_of(const char *lease) {
 
 }  // namespace
 
+/// @units minutes
+/// @syntax Integer32
+/// How long a lease lasts; 720 when it is not configured. Of a period in days that an administrator has written only
+/// the hours and minutes are read.
 ZOL_INTEGER(dhcp_leaseperiod, .oid = {10, 8}, .accepts = range(15, 31 * 24 * 60));
 
 int get_dhcp_leaseperiod(int32_t *minutes) {

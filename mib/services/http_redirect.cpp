@@ -6,6 +6,7 @@
 #include "core/enterprise.hpp"
 #include "core/stored_setting.hpp"
 
+/// Only stored in the agent; nothing on the device reads it.
 ZOL_STORED_INTEGER(http_redirect_enable, 1, 16, 1)
 
 namespace {
@@ -61,4 +62,5 @@ void deinit_http_redirect_url(void) {
   watcher = nullptr;
 }
 
+/// Only stored in the agent; nothing on the device reads it.
 ZOL_REGISTER(http_redirect_url, "http_redirect_url", init_http_redirect_url, deinit_http_redirect_url, &url_info, 1)

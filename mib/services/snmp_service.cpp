@@ -20,7 +20,9 @@ const char *find_value(LineReader &output, const char *name) {
 
 }  // namespace
 
-// Whether the agent starts with the device and is configured to run. The running agent is left alone.
+/// @syntax ZolarcSwitch
+/// Whether the agent starts with the device (snmpd.main.enabled and its init script). The agent that is running is left
+/// alone.
 ZOL_INTEGER(snmp_server, .oid = {17, 1}, .accepts = range(on, off));
 
 int get_snmp_server(int32_t *state) {
@@ -53,6 +55,8 @@ int store_community(const char *name, const char *community) {
 
 }  // namespace
 
+/// @syntax ZolarcText (SIZE (0..64))
+/// The community for reading (snmpd.main.v2read), in force when the agent starts again.
 ZOL_TEXT(ro_community, community_size, .oid = {17, 2}, .accepts = range(1, community_size - 1),
          .prepare = read_first<get_ro_community, ro_community>);
 
@@ -62,6 +66,9 @@ int get_ro_community(char *community) {
 
 int set_ro_community(const char *community) { return store_community("v2read", community); }
 
+/// @syntax ZolarcText (SIZE (0..64))
+/// The community for writing (snmpd.main.v2write), in force when the agent starts again. Who knows it controls the
+/// device: restrict this object by a view.
 ZOL_TEXT(rw_community, community_size, .oid = {17, 3}, .accepts = range(1, community_size - 1),
          .prepare = read_first<get_rw_community, rw_community>);
 
@@ -71,6 +78,8 @@ int get_rw_community(char *community) {
 
 int set_rw_community(const char *community) { return store_community("v2write", community); }
 
+/// @syntax ZolarcAction
+/// Set to perform(1), the agent answers, ends and starts again, as with applyChange. A GET answers what was set last.
 ZOL_INTEGER(snmp_restart, .oid = {17, 4}, .accepts = range(0, 1));
 
 int get_snmp_restart(int32_t *value) {
@@ -86,6 +95,8 @@ int set_snmp_restart(int32_t value) {
 
 // Traps.
 
+/// @syntax ZolarcSwitch
+/// Whether traps are configured to be sent (snmpd.main.trapen), in force when the agent starts again.
 ZOL_INTEGER(trap_enable, .oid = {17, 5, 1}, .accepts = range(on, off));
 
 int get_trap_enable(int32_t *state) {
@@ -98,6 +109,7 @@ int set_trap_enable(int32_t state) {
   return traps(state);
 }
 
+/// The receiver of traps (snmpd.main.trapip); 0.0.0.0 when there is none.
 ZOL_ADDRESS(trap_srvip, .oid = {17, 5, 2});
 
 int get_trap_srvip(Ipv4 *receiver) {
@@ -111,6 +123,7 @@ int get_trap_srvip(Ipv4 *receiver) {
 
 int set_trap_srvip(Ipv4 receiver) { return store_address("snmpd.main.trapip", receiver); }
 
+/// The UDP port of the receiver (snmpd.main.trapport); 0 when it is not configured.
 ZOL_INTEGER(trap_port, .oid = {17, 5, 3}, .accepts = range(0, 65535));
 
 int get_trap_port(int32_t *port) {

@@ -30,6 +30,8 @@ bool contains(std::string_view text, const char *part) { return text.find(part) 
 
 }  // namespace
 
+/// The time zone as a row of the library's table of zones in the order of their names, -1 for UTC (options timezone and
+/// zonename of the system). A zone that the table does not hold answers -1.
 ZOL_INTEGER(time_zone, .oid = {14, 2}, .accepts = range(utc, zone_count - 1));
 
 int get_time_zone(int32_t *zone) {
@@ -66,6 +68,9 @@ int set_time_zone(int32_t zone) {
   return 0;
 }
 
+/// @syntax ZolarcSwitch
+/// Whether the device sets its clock by NTP. A SET enables and starts the client, or disables and stops it; a GET
+/// answers what was set last, enabled at first.
 ZOL_INTEGER(ntp_client, .oid = {14, 3}, .accepts = range(on, off), .initial = on);
 
 // Nobody can be asked whether the client runs: what was set last is the answer.
@@ -79,6 +84,8 @@ int set_ntp_client(int32_t state) {
   return 0;
 }
 
+/// @syntax ZolarcSwitch
+/// Whether the device serves the time to others (system.ntp.enable_server).
 ZOL_INTEGER(provide_ntpserver, .oid = {14, 4}, .accepts = range(on, off), .initial = on);
 
 int get_provide_ntpserver(int32_t *state) {
@@ -99,6 +106,8 @@ int set_provide_ntpserver(int32_t state) {
   return server(state);
 }
 
+/// @syntax ZolarcText (SIZE (0..256))
+/// The NTP servers that are asked, separated by semicolons (system.ntp.server).
 ZOL_TEXT(ntpserver_candidates, list_size, .oid = {14, 5}, .accepts = range(1, list_size - 1),
          .prepare = read_first<get_ntpserver_candidates, ntpserver_candidates>);
 

@@ -201,42 +201,92 @@ constexpr Object text(const Arcs &oid, uint8_t magic, const char *name, Octets (
 // The addresses and the clock are registered read-only and hand out their setters all the same: whether a SET reaches
 // those is the agent's rule.
 constexpr Object objects[] = {
+    /// Set to 1, the device reboots at once (reboot). Every other value that is accepted does nothing. A GET answers
+    /// what was set last, 0 at first.
     setting(
         {1, 1}, 21, "reboot_device", [] { return reboot_device; }, handed_out<write_reboot_device>(),
         reboot_device_accepts),
+    /// @syntax ZolarcText (SIZE (0..19))
+    /// The kernel's release (uname -a).
     text({2, 4}, 31, "ld_version", read_release),
+    /// @syntax ZolarcText (SIZE (0..19))
+    /// The time since the device was started, for example '3 Days 04:05:06'.
     text({2, 5}, 32, "uptimes", read_uptime),
+    /// @syntax ZolarcText (SIZE (0..7))
+    /// The share of processor time that is not idle, for example '12.0%', over the moment that one run of top takes.
+    /// '0.0%' when top prints no load.
     text({2, 8}, 1, "cpu_percent_used", [] { return read_load(Share::used, cpu_percent_used); }),
+    /// @syntax ZolarcText (SIZE (0..7))
+    /// The share of processor time that is idle, as cpuPercentUsed.
     text({2, 9}, 2, "cpu_percent_free", [] { return read_load(Share::free, cpu_percent_free); }),
+    /// The LAN address; changed only on the device itself. 127.0.0.1 when the configuration cannot be read.
     address(
         {8, 1, 2}, 4, "lan_ip", [] { return read_address("lan", "ipaddr"); }, write_lan_ip),
+    /// The LAN netmask; changed only on the device itself.
     address(
         {8, 1, 3}, 9, "lan_netmask", [] { return read_address("lan", "netmask"); }, write_netmask_ip),
+    /// The gateway of the LAN; changed only on the device itself.
     address(
         {8, 1, 4}, 11, "lan_gateway", [] { return read_address("br-lan", "gateway"); }, write_gateway_ip),
+    /// The WAN address; changed only on the device itself. 127.0.0.1 when the configuration cannot be read.
     address(
         {8, 2, 2}, 51, "wan_ip", [] { return read_address("wan", "ipaddr"); }, write_wan_ip),
+    /// The WAN netmask; changed only on the device itself.
     address(
         {8, 2, 3}, 52, "wan_netmask", [] { return read_address("wan", "netmask"); }, write_netmask2_ip),
+    /// The gateway of the WAN; changed only on the device itself.
     address(
         {8, 2, 4}, 53, "wan_gateway", [] { return read_address("wan", "gateway"); }, write_gateway2_ip),
+    /// @syntax INTEGER { down(0), up(1) }
+    /// Whether the port has a link, by the kernel's messages about it. The kernel counts the ports the other way round:
+    /// these are its messages about port 2. A link that is up for whole hours to the second shows as down.
     integer({9, 1, 1}, 60, "eth1_connected", [] { return get_conn_status(0); }),
+    /// @syntax ZolarcText (SIZE (0..31))
+    /// For how long the port has had its link, for example '0 Days 01:02:03'.
     text({9, 1, 2}, 58, "eth1_link_time", [] { return read_link_time("eth0.1"); }),
+    /// @units bytes
+    /// Bytes received (ifconfig), which wrap into negative numbers at 2^31.
     integer({9, 1, 4}, 55, "eth1_rx_bytes", [] { return received("eth0.1", bytes); }),
+    /// @units bytes
+    /// Bytes sent, as eth1RxBytes.
     integer({9, 1, 5}, 54, "eth1_tx_bytes", [] { return transmitted("eth0.1", bytes); }),
+    /// Errors in receiving, where ifconfig tells them behind the byte count; else 0.
     integer({9, 1, 6}, 62, "eth1_rx_errors", [] { return received("eth0.1", errors); }),
+    /// Errors in sending, where ifconfig tells them behind the byte count; else 0.
     integer({9, 1, 7}, 63, "eth1_tx_errors", [] { return transmitted("eth0.1", errors); }),
+    /// @units kbit/s
+    /// The rate of reception over the last three seconds, sampled in the background.
     integer({9, 1, 8}, 66, "eth1_rx_rate", [] { return whole(eth1_rx_rate); }),
+    /// @units kbit/s
+    /// The rate of sending over the last three seconds, sampled in the background.
     integer({9, 1, 9}, 67, "eth1_tx_rate", [] { return whole(eth1_tx_rate); }),
+    /// @syntax INTEGER { down(0), up(1) }
+    /// Whether the port has a link, as eth1Connected, by the kernel's messages about its port 1.
     integer({9, 2, 1}, 61, "eth2_connected", [] { return get_conn_status(1); }),
+    /// @syntax ZolarcText (SIZE (0..31))
+    /// For how long the port has had its link, as eth1LinkTime.
     text({9, 2, 2}, 59, "eth2_link_time", [] { return read_link_time("eth0.2"); }),
+    /// @syntax ZolarcMacAddress
+    /// The interface's Ethernet address.
     text({9, 2, 3}, 10, "eth2_mac", [] { return read_mac("eth0.2"); }),
+    /// @units bytes
+    /// Bytes received (ifconfig), which wrap into negative numbers at 2^31.
     integer({9, 2, 4}, 57, "eth2_rx_bytes", [] { return received("eth0.2", bytes); }),
+    /// @units bytes
+    /// Bytes sent, as eth2RxBytes.
     integer({9, 2, 5}, 56, "eth2_tx_bytes", [] { return transmitted("eth0.2", bytes); }),
+    /// Errors in receiving, as eth1RxErrors.
     integer({9, 2, 6}, 64, "eth2_rx_errors", [] { return received("eth0.2", errors); }),
+    /// Errors in sending, as eth1TxErrors.
     integer({9, 2, 7}, 65, "eth2_tx_errors", [] { return transmitted("eth0.2", errors); }),
+    /// @units kbit/s
+    /// The rate of reception over the last three seconds, sampled in the background.
     integer({9, 2, 8}, 68, "eth2_rx_rate", [] { return whole(eth2_rx_rate); }),
+    /// @units kbit/s
+    /// The rate of sending over the last three seconds, sampled in the background.
     integer({9, 2, 9}, 69, "eth2_tx_rate", [] { return whole(eth2_tx_rate); }),
+    /// @syntax ZolarcText (SIZE (0..63))
+    /// The local date and time, for example '2026/11/21 10:20:30'.
     text({14, 1}, 40, "current_time", read_clock, write_current_time),
 };
 constexpr size_t object_count = std::size(objects);

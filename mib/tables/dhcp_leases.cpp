@@ -89,14 +89,24 @@ Octets read_remaining_time(Cell cell) {
 }
 
 constexpr Column columns[] = {
+    /// @syntax ZolarcMacAddress
+    /// The client's address.
     octets_column(1, 3, "zol_mac_active", read_mac),
+    /// @syntax ZolarcText (SIZE (0..30))
+    /// The client's host name, '*' when it told none.
     octets_column(2, 1, "zol_host_active", read_host),
+    /// @syntax ZolarcText (SIZE (0..31))
+    /// For how long the lease still lasts, for example '0 Days 11:02:03'. The parts of a lease that has expired are
+    /// negative.
     octets_column(3, 2, "zol_lease_time", read_remaining_time),
+    /// The address that is leased.
     address_column(4, 4, "zol_ip_active", [](Cell cell) { return zol_ip_active = address_at(record(cell).ip); }),
 };
 
 }  // namespace
 
+/// @table dhcpLeaseTable
+/// The leases of the DHCP server, read anew when the first cell is read, as a walk does.
 ZOL_TABLE(
     dhcpactive_table, var_dhcpactive_table, most_lease_records, columns, tokens, .entry = {11, 1},
     .refresh = [] { get_zol_mac_active(zol_mac_active_all, &leases); },

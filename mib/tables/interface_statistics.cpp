@@ -11,7 +11,12 @@
 
 using namespace zol;
 
+/// @syntax ZolarcMacAddress
+/// The same as zolWlanBssid, which is the interface's own address where it is an access point.
 ZOL_TOKEN_TEXT(zol_table, zol_wlan_mac, 64, 63)
+
+/// @syntax ZolarcMacAddress
+/// The address of the access point that the interface is, or is associated with (iwconfig).
 ZOL_TOKEN_TEXT(zol_table, zol_wlan_bssid, 64, 63)
 
 int get_zol_wlan_mac(const char *interface, char *mac) {
@@ -74,20 +79,50 @@ int read_figure(const Figure &figure, const char *interface, int32_t *value) {
     return read_figure(figure, interface, value);         \
   }
 
+/// @units microseconds
+/// The ACK timeout in use (iwinfo).
 STATISTIC(zol_acktimeout_current, .tool = iwinfo, .label = "ACK timeout  :", .gap = 1)
+
+/// @units Mbit/s
+/// The bit rate, its whole number (iwconfig).
 STATISTIC(zol_bit_rate, .tool = iwconfig, .label = "Bit Rate:")
+
+/// Packets sent (ifconfig).
 STATISTIC(zol_wlantx_packets, .tool = ifconfig, .label = "TX packets:")
+
+/// @units bytes
+/// Bytes sent, which wrap into negative numbers at 2^31.
 STATISTIC(zol_wlantx_bytes, .tool = ifconfig, .label = "TX bytes:")
+
+/// Errors in sending.
 STATISTIC(zol_wlantx_errors, .tool = ifconfig, .label = "TX packets:", .second_label = "errors:")
+
+/// Frames given up after too many retries (iwconfig).
 STATISTIC(zol_txexcess_retries, .tool = iwconfig, .label = "Tx excessive retries:")
+
+/// Beacons missed (iwconfig).
 STATISTIC(zol_missed_beacons, .tool = iwconfig, .label = "Missed beacon:")
+
+/// Packets received (ifconfig).
 STATISTIC(zol_wlanrx_packets, .tool = ifconfig, .label = "RX packets:")
+
+/// @units bytes
+/// Bytes received, which wrap into negative numbers at 2^31.
 STATISTIC(zol_wlanrx_bytes, .tool = ifconfig, .label = "RX bytes:")
+
+/// Errors in receiving.
 STATISTIC(zol_wlanrx_errors, .tool = ifconfig, .label = "RX packets:", .second_label = "errors:")
+
+/// Packets received of another network (iwconfig).
 STATISTIC(zol_rx_invalidNwid, .tool = iwconfig, .label = "Rx invalid nwid:")
+
+/// Packets that could not be decrypted (iwconfig).
 STATISTIC(zol_rx_invalidCrypt, .tool = iwconfig, .label = "Rx invalid crypt:")
+
+/// Packets whose fragments were not complete (iwconfig).
 STATISTIC(zol_rx_invalidFrag, .tool = iwconfig, .label = "Rx invalid frag:")
 
+/// The state of radar detection as iwinfo tells it, 1 when it cannot be asked for.
 ZOL_TOKEN_INTEGER(zol_table, zol_dfs_status, int32_t)
 
 int get_zol_dfs_status(const char *interface, int32_t *status) {
@@ -95,6 +130,7 @@ int get_zol_dfs_status(const char *interface, int32_t *status) {
   return read_figure({.tool = iwinfo, .label = "DFS status   :", .gap = 1}, interface, status);
 }
 
+/// How many stations are associated.
 ZOL_TOKEN_INTEGER(zol_table, zol_assoc_count, int32_t)
 
 int get_zol_assoc_count(const char *interface, int32_t *stations) {
@@ -165,6 +201,9 @@ void forget_addresses() {
 
 }  // namespace
 
+/// @table wlanInterfaceTable
+/// The wireless interfaces athN that are members of a bridge, with what their tools tell of them. Each cell runs a
+/// command of its own. Which rows exist is found out when the first cell is read, as a walk does.
 ZOL_TABLE(
     zol_table, var_zol_table, 16, columns, tokens, .entry = {4, 1}, .refresh = [] { get_virtual_ap_num(&interfaces); },
     .live_rows = [] { return static_cast<int32_t>(interfaces); }, .prepare = forget_addresses);

@@ -18,10 +18,13 @@ constexpr const char *policies[] = {"", "allow", "deny"};
 
 }  // namespace
 
+/// Selects the section wireless.@wifi-iface[N] that the other objects here read and write. Only stored.
 ZOL_INTEGER(maclist_index, .oid = {12, 1}, .accepts = range(0, 15));
 ZOL_STORED_NUMBER(maclist_index)
 
-// 0 no policy, 1 lets in who is on the list, 2 keeps them out.
+/// @syntax INTEGER { off(0), allow(1), deny(2) }
+/// The policy: no filter, only the stations of the list are let in, or those are kept out (option macpolicy). In force
+/// when the wireless network is reloaded.
 ZOL_INTEGER(maclist_enabled, .oid = {12, 2}, .accepts = range(0, 2));
 
 int get_maclist_enabled(int32_t *policy) {
@@ -46,7 +49,8 @@ int set_maclist_enabled(int32_t policy) {
   return 0;
 }
 
-// The addresses, separated by ";" and not checked. UNDO leaves the new text as it is; it is meant so.
+/// The addresses of the filter, separated by semicolons. A SET replaces the whole list; the addresses are not checked.
+/// One that fails in another object of the same request is not taken back.
 ZOL_TEXT(maclist_macaddr, list_size, .oid = {12, 3}, .accepts = range(0, list_size - 1), .restores = false);
 
 int get_maclist_macaddr(char *list) {

@@ -124,9 +124,16 @@ Octets read_bssid(Cell cell) {
 }
 
 constexpr Column columns[] = {
+    /// @syntax ZolarcText (SIZE (0..29))
+    /// The network's name as the survey tells it: one with blanks is cut in its first word.
     octets_column(1, 1, "zol_ssid_name", read_name),
+    /// The channel number.
     integer_column(2, 2, "zol_fre_scan", [](Cell cell) { return zol_fre_scan = number(record(cell).channel); }),
+    /// @syntax ZolarcMacAddress
+    /// The network's address (BSSID).
     octets_column(3, 3, "zol_mac_scan", read_bssid),
+    /// @units dBm
+    /// The strength of its signal.
     integer_column(4, 4, "zol_rssi_scan", [](Cell cell) { return zol_rssi_scan = number(record(cell).signal); }),
 };
 
@@ -138,6 +145,10 @@ void survey_neighbourhood() {
 
 }  // namespace
 
+/// @table siteSurveyTable
+/// The networks in the neighbourhood. Reading the first cell, as a walk does, makes every wireless interface scan,
+/// which takes seconds and disturbs traffic; the other cells are answered from memory. A network that several
+/// interfaces hear stands here several times.
 ZOL_TABLE(
     scanning_table, var_scanning_table, most_scan_records, columns, tokens, .entry = {19, 1},
     .refresh = survey_neighbourhood, .live_rows = [] { return static_cast<int32_t>(ssid_number); });

@@ -5,6 +5,8 @@
 
 using namespace zol;
 
+/// @syntax ZolarcSwitch
+/// Whether VLANs are in operation (vlanac.activation.enabled).
 ZOL_INTEGER(vlan_enabled, .oid = {22, 1}, .accepts = range(1, 2));
 
 int get_vlan_enabled(int32_t *enabled) {
@@ -22,7 +24,9 @@ int set_vlan_enabled(int32_t enabled) {
   return 0;
 }
 
-// 1 reloads the network; 0 and 2 do nothing.
+/// @syntax INTEGER { idle(0), perform(1), nothing(2) }
+/// Set to perform(1), the network is reloaded in the background so that the edited VLANs are in force. The manager may
+/// lose its connection for some seconds. A GET answers what was set last.
 ZOL_INTEGER(vlan_applied, .oid = {22, 6}, .accepts = range(0, 2));
 
 int get_vlan_applied(int32_t *value) {

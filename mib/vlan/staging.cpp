@@ -61,21 +61,28 @@ int read_flags(const vlan::Kind &kind, int32_t id, const char *staged, std::span
 
 // The managed VLAN.
 
+/// @syntax Integer32 (0..4094)
+/// Its VLAN id; 0 until it was set for the first time, which leaves the managed VLAN out of the actions.
 ZOL_INTEGER(vlan_id, .oid = {22, 2, 1}, .accepts = range(1, 4094));
 ZOL_STORED_NUMBER(vlan_id)
 
-// 1 in use, 2 not in use.
+/// @syntax INTEGER { unset(0), used(1), unused(2) }
+/// Whether it is in use.
 ZOL_INTEGER(vlan_managed, .oid = {22, 2, 2}, .accepts = range(1, 2));
 ZOL_STORED_NUMBER(vlan_managed)
 
+/// Its priority (IEEE 802.1p). A GET answers that of the configured VLAN with the staged id, or what is staged when
+/// there is none.
 ZOL_INTEGER(vlan_priority, .oid = {22, 2, 3}, .accepts = range(0, 7), .staged = true);
 int get_vlan_priority(int32_t *priority) { return read_priority(managed, vlan_id, vlan_priority, priority); }
 int set_vlan_priority(int32_t) { return 0; }
 
-// Whether the VLAN's address comes from a DHCP server: 1 yes, 2 no.
+/// @syntax INTEGER { unset(0), enabled(1), disabled(2) }
+/// Whether the device gets its address in it by DHCP.
 ZOL_INTEGER(vlan_dhcpc, .oid = {22, 2, 4}, .accepts = range(1, 2));
 ZOL_STORED_NUMBER(vlan_dhcpc)
 
+/// The device's address in it.
 ZOL_ADDRESS(vlan_ipaddr, .oid = {22, 2, 5});
 int get_vlan_ipaddr(Ipv4 *address) {
   *address = vlan_ipaddr;
@@ -83,6 +90,7 @@ int get_vlan_ipaddr(Ipv4 *address) {
 }
 int set_vlan_ipaddr(Ipv4) { return 0; }
 
+/// The netmask in it.
 ZOL_ADDRESS(vlan_netmask, .oid = {22, 2, 6});
 int get_vlan_netmask(Ipv4 *netmask) {
   *netmask = vlan_netmask;
@@ -90,7 +98,9 @@ int get_vlan_netmask(Ipv4 *netmask) {
 }
 int set_vlan_netmask(Ipv4) { return 0; }
 
-// Which of 32 wireless interfaces the VLAN is bridged to: one character each, separated by ";".
+/// @syntax ZolarcText (SIZE (0..66))
+/// The wireless interfaces that it is bridged to: 32 flags, 0 or 1, separated by semicolons. A GET answers those of the
+/// configured VLAN with the staged id, or what is staged when there is none.
 ZOL_TEXT_STARTING(vlan_wifibridge, managed_flags_size, ALL_FLAGS_BUT_THE_FIRST_CLEAR, .oid = {22, 2, 7},
                   .accepts = range(1, managed_flags_size - 1), .answer = managed_flags_shown);
 char *vlan_wifibridge_ptr = vlan_wifibridge;
@@ -99,10 +109,13 @@ int get_vlan_wifibridge(char *flags) {
 }
 int set_vlan_wifibridge(const char *) { return 0; }
 
-// Where frames are tagged: 1 on the wireless side, 2 on the Ethernet side.
+/// @syntax INTEGER { unset(0), wireless(1), ethernet(2) }
+/// On which side frames are tagged.
 ZOL_INTEGER(vlan_wifitagging, .oid = {22, 2, 8}, .accepts = range(1, 2));
 ZOL_STORED_NUMBER(vlan_wifitagging)
 
+/// @syntax ZolarcText (SIZE (0..65))
+/// A description of it.
 ZOL_TEXT_STARTING(vlan_desc, description_size, "VLAN Network", .oid = {22, 2, 9},
                   .accepts = range(1, description_size - 1));
 char *vlan_desc_ptr = vlan_desc;
@@ -114,15 +127,20 @@ int set_vlan_desc(const char *) { return 0; }
 
 // The trunk VLAN.
 
+/// @syntax Integer32 (0..4094)
+/// Its VLAN id; 0 until it was set for the first time, which leaves the trunk VLAN out of the actions.
 ZOL_INTEGER(vlantrunk_id, .oid = {22, 3, 1}, .accepts = range(1, 4094));
 ZOL_STORED_NUMBER(vlantrunk_id)
 
+/// Its priority, as vlanPriority.
 ZOL_INTEGER(vlantrunk_priority, .oid = {22, 3, 2}, .accepts = range(0, 7), .staged = true);
 int get_vlantrunk_priority(int32_t *priority) {
   return read_priority(trunk, vlantrunk_id, vlantrunk_priority, priority);
 }
 int set_vlantrunk_priority(int32_t) { return 0; }
 
+/// @syntax ZolarcText (SIZE (0..65))
+/// The wireless interfaces that it is bridged to, as vlanWifibridge.
 ZOL_TEXT_STARTING(vlantrunk_wifibridge, trunk_flags_size, ALL_FLAGS_BUT_THE_FIRST_CLEAR, .oid = {22, 3, 3},
                   .accepts = range(1, trunk_flags_size - 1), .answer = trunk_flags_shown);
 char *vlantrunk_wifibridge_ptr = vlantrunk_wifibridge;
@@ -210,6 +228,9 @@ void delete_section(const vlan::Kind &kind, int32_t id) {
 
 // The actions: 1 acts, 0 and 2 do nothing.
 
+/// @syntax INTEGER { idle(0), perform(1), nothing(2) }
+/// Set to perform(1), the staged managed VLAN and the staged trunk VLAN are written to the configuration, each if its
+/// id is not 0: the section with that id is changed, or one is added. A GET answers what was set last.
 ZOL_INTEGER(vlan_addoredit, .oid = {22, 4}, .accepts = range(0, 2));
 
 int get_vlan_addoredit(int32_t *value) {
@@ -224,6 +245,8 @@ int set_vlan_addoredit(int32_t value) {
   return 0;
 }
 
+/// @syntax INTEGER { idle(0), perform(1), nothing(2) }
+/// Set to perform(1), the sections that carry the staged ids are deleted. A GET answers what was set last.
 ZOL_INTEGER(vlan_delete, .oid = {22, 5}, .accepts = range(0, 2));
 
 int get_vlan_delete(int32_t *value) {

@@ -120,24 +120,39 @@ int32_t read_trunk_priority(Cell cell) {
 }
 
 constexpr Column managed_columns[] = {
+    /// The VLAN id.
     integer_column(1, 1, "vlanmgt_vlanid", [](Cell) { return vlanmgt_vlanid; }),
+    /// Whether it is in use: 1 yes, 2 no.
     integer_column(2, 2, "vlanmgt_managed",
                    [](Cell cell) { return read_managed_integer(cell, "vlan_used", encode_used); }),
+    /// Its priority (IEEE 802.1p).
     integer_column(3, 3, "vlanmgt_priority",
                    [](Cell cell) { return read_managed_integer(cell, "priority", encode_number); }),
+    /// Whether the device gets its address in it by DHCP: 1 yes, 2 no.
     integer_column(4, 4, "vlanmgt_dhcpc", [](Cell cell) { return read_managed_integer(cell, "dhcpc", encode_dhcpc); }),
+    /// The device's address in it.
     address_column(5, 5, "vlanmgt_ipaddr", read_address),
+    /// The netmask in it.
     address_column(6, 6, "vlanmgt_netmask", [](Cell cell) { return read_managed(cell, "netmask", strict_ipv4); }),
+    /// @syntax ZolarcText (SIZE (0..79))
+    /// The wireless interfaces that it is bridged to, as vlanWifibridge.
     octets_column(7, 7, "vlanmgt_wifibridge",
                   [](Cell cell) { return read_list(vlanmgt_wifibridge, "vlan", managed_section(cell), "wifibridge"); }),
+    /// On which side frames are tagged: 1 wireless, 2 Ethernet.
     integer_column(8, 8, "vlanmgt_wifitagging",
                    [](Cell cell) { return read_managed_integer(cell, "tagging", encode_tagging); }),
+    /// @syntax ZolarcText (SIZE (0..79))
+    /// A description of it.
     octets_column(9, 9, "vlanmgt_desc", read_description),
 };
 
 constexpr Column trunk_columns[] = {
+    /// The VLAN id.
     integer_column(1, 1, "vlantrunk_vlanid", [](Cell) { return vlantrunk_vlanid; }),
+    /// Its priority (IEEE 802.1p).
     integer_column(2, 2, "vlantrunk_table_priority", read_trunk_priority),
+    /// @syntax ZolarcText (SIZE (0..79))
+    /// The wireless interfaces that it is bridged to, as vlantrunkWifibridge.
     octets_column(3, 3, "vlantrunk_wifibrg",
                   [](Cell cell) { return read_list(vlantrunk_wifibrg, "vlansw", trunk_section(cell), "wifibridge1"); }),
 };
@@ -146,11 +161,18 @@ constexpr Column trunk_columns[] = {
 
 // No row answers before the first cell was asked for once, as a walk does.
 
+/// @table vlanmgtTable
+/// The managed VLANs as they are configured. Row N is section N of the configuration: section 0, which holds the
+/// device's own network, is not listed. Rows are answered once the first cell was read, as a walk does. A row that
+/// lacks an option repeats what was read before.
 ZOL_TABLE(
     vlanmgt_table, var_vlanmgt_table, rows, managed_columns, {}, .entry = {23, 1},
     .refresh = [] { managed_rows = rows; }, .live_rows = [] { return managed_rows; },
     .select = [](Cell cell) { return select_row("vlan", managed_section(cell), vlanmgt_vlanid); });
 
+/// @table vlantrunkTable
+/// The trunk VLANs as they are configured. Row N is section N - 1 of the configuration. Rows are answered once the
+/// first cell was read, as a walk does.
 ZOL_TABLE(
     vlantrunk_table, var_vlantrunk_table, rows, trunk_columns, {}, .entry = {24, 1},
     .refresh = [] { trunk_rows = rows; }, .live_rows = [] { return trunk_rows; },

@@ -1,23 +1,14 @@
-#!/usr/bin/python3
-"""Prints doc/commands.md: what every object runs, found out on the simulated access point.
-
-    tools/list-commands [build folder] > doc/commands.md
-"""
+"""Finds out what every object runs, on the simulated access point: the text of doc/commands.md."""
 
 from __future__ import annotations
 
 import re
-import subprocess
-import sys
 import tempfile
 from collections.abc import Callable
 from pathlib import Path
 
-REPOSITORY = Path(__file__).resolve().parent.parent
-sys.path.insert(0, str(REPOSITORY))
-
-from testbed.device import Device, wait_until  # noqa: E402
-from testbed.snmp import descriptor  # noqa: E402
+from testbed.device import Device, wait_until
+from tools.model import WHOLE, Object
 
 INTRODUCTION = """\
 # What every object runs
@@ -26,7 +17,7 @@ Each line below is run by the shell when the object is read or set. Selected ind
 that are set are examples. A SET first reads the object as well. An object that runs nothing holds a value of its own; what the
 tables of stations and the ports' rates show has been collected before.
 
-`tools/list-commands` makes this file, and a test compares it with what the library does.
+`tools/update` makes this file, and a test compares it with what the library does.
 
 | object | GET | SET |
 | --- | --- | --- |
@@ -48,17 +39,16 @@ EXAMPLES = {
 CLIENTS = ("13.4.", "13.5.")
 RESTARTS = ("1.3.0", "17.4.0")
 
-STORED_ONLY = "-2147483648..2147483647"
 KINDS = {"INTEGER": "i", "IpAddress": "a", "OCTET STRING": "s"}
 
 
-def example(name: str, kind: str, accepts: str) -> object:
-    if name in EXAMPLES:
-        return EXAMPLES[name]
-    if kind == "IpAddress":
+def example(item: Object) -> object:
+    if item.declared_as in EXAMPLES:
+        return EXAMPLES[item.declared_as]
+    if item.type == "IpAddress":
         return "192.0.2.1"
-    lowest = int(accepts.partition("..")[0])
-    return lowest if kind == "INTEGER" else "x" * max(lowest, 1)
+    lowest = item.accepts[0][0]
+    return lowest if item.type == "INTEGER" else "x" * max(lowest, 1)
 
 
 class Host:
@@ -80,7 +70,7 @@ class Host:
 
     def set(self, oid: str, kind: str, value: object) -> list[str]:
         def change() -> None:
-            self.agent.set(oid, KINDS[kind], value)
+            self.agent.set(oid, kind, value)
             if oid in RESTARTS:
                 self.agent.wait()
 
@@ -107,25 +97,18 @@ def cell(commands: list[str]) -> str:
     return "<br>".join(f"`` {line} ``".replace("|", "\\|").replace("\n", "⏎") for line in commands)
 
 
-def row(host: Host, oid: str, name: str, kind: str, access: str, accepts: str, table_rows: str) -> str:
-    instance = f"{oid}.0" if table_rows == "0" else f"{oid}.1.0"
+def row(host: Host, item: Object) -> str:
+    instance = f"{item.place}.1.0" if item.table else f"{item.place}.0"
     written: list[str] = []
     # The agent's own handlers only store, and refuse what they have no handler for.
-    if access == "read-write" and accepts != STORED_ONLY and (accepts or kind == "IpAddress"):
-        written = host.set(instance, kind, example(name, kind, accepts))
-    return f"| {descriptor(name)} | {cell(host.get(instance))} | {cell(written)} |"
+    if item.access == "read-write" and item.accepts != WHOLE and (item.accepts or item.type == "IpAddress"):
+        written = host.set(instance, KINDS[item.type], example(item))
+    return f"| {item.name} | {cell(host.get(instance))} | {cell(written)} |\n"
 
 
-def main() -> None:
-    build = Path(sys.argv[1] if len(sys.argv) > 1 else REPOSITORY / "build").resolve()
-    listing = subprocess.run([build / "list-objects"], capture_output=True, text=True, check=True).stdout
-    with (tempfile.TemporaryDirectory() as folder, Device.create(f"{folder}/one", build) as device,
-          Device.create(f"{folder}/two", build) as sampled):
+def render(objects: list[Object], build: Path) -> str:
+    with (tempfile.TemporaryDirectory() as folder, Device.create(Path(folder, "one"), build) as device,
+          Device.create(Path(folder, "two"), build) as sampled):
         host, sampling = Host(device), SamplingHost(sampled)
-        print(INTRODUCTION, end="")
-        for fields in (line.split("\t") for line in listing.splitlines()):
-            print(row(sampling if fields[0].startswith(CLIENTS) else host, *fields))
-
-
-if __name__ == "__main__":
-    main()
+        return INTRODUCTION + "".join(row(sampling if item.place.startswith(CLIENTS) else host, item)
+                                      for item in objects if item.oid[0] == 1)

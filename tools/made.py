@@ -1,0 +1,48 @@
+"""The files that follow from the objects' declarations. `tools/update` writes them, and tests say which one is stale."""
+
+from __future__ import annotations
+
+import dataclasses
+import difflib
+import re
+from collections.abc import Callable
+from pathlib import Path
+
+from tools import commands, mib_file
+from tools.model import REPOSITORY, Object
+
+
+@dataclasses.dataclass(frozen=True)
+class Made:
+    """A file, and how it is made from the objects of the library in a build folder."""
+
+    path: Path
+    render: Callable[[list[Object], Path], str]
+
+    def stale(self, objects: list[Object], build: Path) -> str:
+        """What a test says of the file as it is stored; nothing where it is what it should be."""
+        stored, made = self.path.read_text(), self.render(objects, build)
+        if stored == made:
+            return ""
+        names = {name for item in objects for name in (item.name, item.declared_as)}
+        difference = "\n".join(difflib.unified_diff(stored.splitlines(), made.splitlines(), "stored", "made", lineterm="", n=0))
+        return (f"{self.path.relative_to(REPOSITORY)} is stale, run tools/update. It is about:"
+                f" {', '.join(changed_objects(stored, made, names))}\n{difference}")
+
+
+MIB = Made(REPOSITORY / "share/mibs/ZOLARC-MIB.txt.in", lambda objects, _: mib_file.render(objects))
+COMMANDS = Made(REPOSITORY / "doc/commands.md", commands.render)
+ALL = [MIB, COMMANDS]
+
+
+def changed_objects(stored: str, made: str, names: set[str]) -> list[str]:
+    """The objects about which two texts differ: a changed line is about the name in it, or the last one above it."""
+    old, new = stored.splitlines(), made.splitlines()
+    found: set[str] = set()
+    for tag, first, last, new_first, new_last in difflib.SequenceMatcher(None, old, new, autojunk=False).get_opcodes():
+        if tag != "equal":
+            lines, start, end = (new, new_first, new_last) if new_last > new_first else (old, first, last)
+            for line in range(start, end):
+                words = (word for text in reversed(lines[: line + 1]) for word in re.findall(r"\w+", text))
+                found.add(next((word for word in words if word in names), "no object"))
+    return sorted(found)
