@@ -16,9 +16,9 @@
 #include <cstring>
 #include <utility>
 
-#include "core/agent.hpp"
 #include "core/clock.hpp"
 #include "core/lock.hpp"
+#include "core/net_snmp.hpp"
 #include "mib/clients/clients.hpp"
 
 namespace {

@@ -18,8 +18,8 @@
 #include <iterator>
 
 #include "agent/bundle.hpp"
-#include "core/agent.hpp"
 #include "core/enterprise.hpp"
+#include "core/net_snmp.hpp"
 
 extern "C" {
 #include <net-snmp/agent/agent_callbacks.h>

@@ -11,7 +11,7 @@
 #include <cstring>
 #include <memory>
 
-#include "core/agent.hpp"
+#include "core/net_snmp.hpp"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <span>
 
-#include "core/agent.hpp"
 #include "core/export.hpp"
+#include "core/net_snmp.hpp"
 
 namespace zol {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <optional>
 
-#include "core/agent.hpp"
+#include "core/net_snmp.hpp"
 #include "core/text.hpp"
 
 namespace zol {

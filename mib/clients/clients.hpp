@@ -8,7 +8,7 @@
 #include <optional>
 
 #include "core/address.hpp"
-#include "core/agent.hpp"
+#include "core/net_snmp.hpp"
 
 extern "C" {
 

@@ -2,9 +2,9 @@
 
 #include <cstdio>
 
-#include "core/agent.hpp"
 #include "core/clock.hpp"
 #include "core/command.hpp"
+#include "core/net_snmp.hpp"
 #include "core/scalar.hpp"
 
 using namespace zol;

@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "core/agent.hpp"
 #include "core/export.hpp"
+#include "core/net_snmp.hpp"
 
 namespace zol {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "core/agent.hpp"
 #include "core/module.hpp"
+#include "core/net_snmp.hpp"
 
 /// Asks a find function and a write method as the agent does, without an agent.
 

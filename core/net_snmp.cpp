@@ -1,4 +1,4 @@
-#include "core/agent.hpp"
+#include "core/net_snmp.hpp"
 
 #include <atomic>
 #include <cstdarg>
