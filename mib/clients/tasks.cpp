@@ -29,7 +29,6 @@ uint32_t last_tx_byte[2];
 
 namespace {
 
-constinit std::atomic<bool> abandoned = false;
 constinit std::atomic<TrapSender *> trap_sender = nullptr;
 
 void send_trap(int generic, int specific) {
@@ -198,8 +197,6 @@ void run_regularly(int (*task)()) {
 }  // namespace
 
 void zol::send_traps_with(TrapSender *sender) { trap_sender = sender; }
-void zol::abandon_collections(bool abandon) { abandoned = abandon; }
-bool zol::collections_abandoned() { return abandoned.load(std::memory_order_relaxed); }
 
 int init_task(void) {
   memset(task_hour, 0, sizeof task_hour);
