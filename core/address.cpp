@@ -70,17 +70,37 @@ MacOctets mac_octets(const char *text) {
   return octets;
 }
 
-std::optional<std::array<unsigned, mac_length>> scan_mac(const char *text, char separator) {
-  std::array<unsigned, mac_length> octets{};
-  for (size_t i = 0; i < octets.size(); ++i) {
-    if (i > 0 && *text++ != separator) return std::nullopt;
+ScannedMac scan_mac(const char *text, char separator) {
+  ScannedMac scanned{};
+  for (; scanned.octets < mac_length; ++scanned.octets) {
+    if (scanned.octets > 0 && *text++ != separator) break;
+    unsigned octet = 0;
     unsigned digits = 0;
     for (; digits < 2 && isxdigit(static_cast<unsigned char>(*text)) != 0; ++digits, ++text) {
-      octets[i] = octets[i] << 4U | nibble(static_cast<char>(toupper(static_cast<unsigned char>(*text))));
+      octet = octet << 4U | nibble(static_cast<char>(toupper(static_cast<unsigned char>(*text))));
     }
-    if (digits == 0) return std::nullopt;
+    if (digits == 0) break;
+    scanned.mac[scanned.octets] = static_cast<uint8_t>(octet);
   }
-  return octets;
+  return scanned;
+}
+
+std::optional<Mac> parse_mac(const char *text, char separator) {
+  const ScannedMac scanned = scan_mac(text, separator);
+  return scanned.octets == mac_length ? std::optional(scanned.mac) : std::nullopt;
+}
+
+MacText::MacText(const Mac &mac, Digits digits, char separator) {
+  size_t length = 0;
+  for (const unsigned octet : mac) {
+    if (length > 0) text_[length++] = separator;
+    char *end = text_.data() + length;
+    const size_t room = text_.size() - length;
+    const int written = digits == upper_case   ? snprintf(end, room, "%02X", octet)
+                        : digits == lower_case ? snprintf(end, room, "%02x", octet)
+                                               : snprintf(end, room, "%x", octet);
+    length += static_cast<size_t>(written);
+  }
 }
 
 }  // namespace zol

@@ -21,9 +21,12 @@ namespace zol {
 /// An IPv4 address as one number, the first dotted octet in the top byte.
 using Ipv4 = uint32_t;
 
+/// A hardware address.
+constexpr size_t mac_length = 6;
+using Mac = std::array<uint8_t, mac_length>;
+
 /// Twenty bytes as `hex_text_to_octets` fills them; an Ethernet address is the first six.
 using MacOctets = std::array<uint8_t, 20>;
-constexpr size_t mac_length = 6;
 
 /// Reads "a.b.c.d" at `text` as "%d.%d.%d.%d" does: an octet that is not there counts as 0, an octet is not checked to
 /// be below 256.
@@ -52,7 +55,27 @@ class DottedQuad {
 /// ends before gives as many octets as it has digits for.
 MacOctets mac_octets(const char *text);
 
-/// Reads six hexadecimal groups separated by `separator`; nothing unless all six are there.
-std::optional<std::array<unsigned, mac_length>> scan_mac(const char *text, char separator);
+/// Reads six hexadecimal groups of one or two digits separated by `separator`; an octet that is not there counts as 0.
+struct ScannedMac {
+  Mac mac;
+  /// How many of the six octets were there.
+  size_t octets;
+};
+ScannedMac scan_mac(const char *text, char separator);
+
+/// The same; nothing unless all six are there.
+std::optional<Mac> parse_mac(const char *text, char separator);
+
+/// A hardware address as text, for a record or to look for it in what a tool prints.
+class MacText {
+ public:
+  /// Two digits an octet, or as many as it needs ("0:1a:f").
+  enum Digits : uint8_t { upper_case, lower_case, without_zeros };
+  explicit MacText(const Mac &mac, Digits digits = upper_case, char separator = ':');
+  [[nodiscard]] const char *text() const { return text_.data(); }
+
+ private:
+  std::array<char, 18> text_{};
+};
 
 }  // namespace zol

@@ -1,4 +1,5 @@
-// Fills the list of stations from the wireless driver's own tables, by its ioctls.
+// Fills the list of stations from the wireless driver's own tables, by its ioctls. Nothing in the library calls
+// `loadTables`: it is offered to programs that load the library where the tools that the tasks ask are not installed.
 
 #include "mib/clients/driver.hpp"
 
@@ -20,6 +21,7 @@
 #include <cstring>
 #include <span>
 
+#include "core/address.hpp"
 #include "core/conf_file.hpp"
 #include "core/text.hpp"
 #include "mib/clients/client_list.hpp"
@@ -115,10 +117,9 @@ void load_interface(const DatagramSocket &driver, const char *interface, Interfa
   ask_text(SIOCGIWENCODE);
   ask_text(SIOCGIWESSID);
   if (driver.ask(interface, SIOCGIWAP, answer)) {
-    std::array<unsigned char, 6> mac{};
+    Mac mac{};
     memcpy(mac.data(), answer.u.ap_addr.sa_data, mac.size());
-    snprintf(info.access_point, sizeof info.access_point, "%.2X:%.2X:%.2X:%.2X:%.2X:%.2X", mac[0], mac[1], mac[2],
-             mac[3], mac[4], mac[5]);
+    copy_text(info.access_point, MacText(mac).text());
   }
   ask_text(SIOCGIWNICKN);
   if (driver.ask(interface, SIOCGIWRATE, answer)) info.bit_rate = answer.u.bitrate.value;
@@ -146,7 +147,7 @@ class StationEntry {
   [[nodiscard]] size_t length() const { return field<uint16_t>(0); }
   [[nodiscard]] int32_t station_word() const { return field<int32_t>(8); }
   [[nodiscard]] int32_t rssi() const { return field<uint8_t>(12); }
-  [[nodiscard]] std::array<uint8_t, 6> mac() const { return field<std::array<uint8_t, 6>>(16); }
+  [[nodiscard]] Mac mac() const { return field<Mac>(16); }
   /// Mbit/s. The driver's table counts in half Mbit/s, with a flag in its top bit.
   [[nodiscard]] int32_t tx_rate() const {
     constexpr size_t rates = 23;
@@ -170,7 +171,7 @@ class StationEntry {
 
 /// A request for a station's counters, and the answer.
 struct StatisticsRequest {
-  std::array<uint8_t, 6> mac;
+  Mac mac;
   std::array<uint8_t, 2> unused;
   std::array<char, 200> counters;
 };
@@ -181,9 +182,7 @@ void fill(ClientRecord &record, const char *device, const StationEntry &entry) {
   // Devices have names of at most 16 characters here.
   copy_text(std::span(record.ifname, 17), device);
   record.ifindex = static_cast<int32_t>(if_nametoindex(record.ifname));
-  const auto mac = entry.mac();
-  snprintf(record.mac_text, sizeof record.mac_text, "%02X:%02X:%02X:%02X:%02X:%02X", mac[0], mac[1], mac[2], mac[3],
-           mac[4], mac[5]);
+  copy_text(record.mac_text, MacText(entry.mac()).text());
   client_list::make_key(record);
   record.station_word = entry.station_word();
   record.tx_rate = entry.tx_rate();

@@ -23,40 +23,26 @@ namespace {
 constexpr size_t chains_size = 20;
 constexpr size_t uptime_size = 44;
 
-// The ways in which the tools write an address.
+/// A text to look for, such as an address in one of the ways in which the tools write it.
+using Marker = std::array<char, 24>;
 
-using Octets6 = std::array<unsigned, mac_length>;
-using MacText = std::array<char, 24>;
-
-MacText lower_case(const Octets6 &mac) {
-  MacText text{};
-  snprintf(text.data(), text.size(), "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+Marker bracketed(const Mac &mac) {
+  Marker text{};
+  snprintf(text.data(), text.size(), "[%s]", MacText(mac).text());
   return text;
 }
 
-MacText upper_case(const Octets6 &mac) {
-  MacText text = lower_case(mac);
-  zol_strtoupper(text.data());
-  return text;
-}
-
-MacText bracketed(const Octets6 &mac) {
-  MacText text{};
-  snprintf(text.data(), text.size(), "[%02X:%02X:%02X:%02X:%02X:%02X]", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
-  return text;
-}
-
-MacText without_zeros(const Octets6 &mac) {
-  MacText text{};
-  snprintf(text.data(), text.size(), "%x:%x:%x:%x:%x:%x:", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+Marker without_zeros(const Mac &mac) {
+  Marker text{};
+  snprintf(text.data(), text.size(), "%s:", MacText(mac, MacText::without_zeros).text());
   return text;
 }
 
 /// Where `address` begins in `line`, or null. Without leading zeros an address is also the end of longer ones.
-const char *find_address(const char *line, const MacText &address) {
-  const char *found = strstr(line, address.data());
+const char *find_address(const char *line, const char *address) {
+  const char *found = strstr(line, address);
   while (found != nullptr && found != line && isxdigit(static_cast<unsigned char>(found[-1])) != 0) {
-    found = strstr(found + 1, address.data());
+    found = strstr(found + 1, address);
   }
   return found;
 }
@@ -81,10 +67,10 @@ int search(CommandOutput<> (*start)(int), Look look) {
 }
 
 /// Where `label` begins, on the line that holds `address` or a later one; null when it does not follow.
-const char *find_behind(LineReader &output, const MacText &address, const char *label) {
+const char *find_behind(LineReader &output, const Marker &address, const char *label) {
   bool reached = false;
   while (output.next()) {
-    reached = reached || find_address(output.line(), address) != nullptr;
+    reached = reached || find_address(output.line(), address.data()) != nullptr;
     if (!reached) continue;
     if (const char *found = strstr(output.line(), label)) return found;
   }
@@ -102,13 +88,14 @@ const char *skip_words(const char *text, int count) {
 }
 
 /// Reads on to the line of the station's lease.
-bool find_lease(LineReader &leases, const MacText &address) {
+bool find_lease(LineReader &leases, const Mac &mac) {
   // The last octet is not compared; it is meant so.
   constexpr size_t compared = 15;
+  const MacText address(mac, MacText::lower_case);
   while (leases.next()) {
     const char *colon = strchr(leases.line(), ':');
     if (colon == nullptr || colon - leases.line() < 2) continue;
-    if (strncmp(colon - 2, address.data(), compared) == 0) return true;
+    if (strncmp(colon - 2, address.text(), compared) == 0) return true;
   }
   return false;
 }
@@ -117,7 +104,7 @@ bool find_lease(LineReader &leases, const MacText &address) {
 
 int zol_get_80211_by_macaddr(const char *mac, int32_t *out, const char *counter) {
   *out = 0;
-  const auto octets = scan_mac(mac, '-');
+  const auto octets = parse_mac(mac, '-');
   if (!octets) return 0;
   return search(list_counters, [&, address = without_zeros(*octets)](LineReader &output) {
     const char *found = find_behind(output, address, counter);
@@ -128,7 +115,7 @@ int zol_get_80211_by_macaddr(const char *mac, int32_t *out, const char *counter)
 
 int zol_get_ac_txccq_by_macaddr(const char *mac, int32_t *percent) {
   *percent = 0;
-  const auto octets = scan_mac(mac, '-');
+  const auto octets = parse_mac(mac, '-');
   if (!octets) return 0;
   return search(list_associations, [&, address = bracketed(*octets)](LineReader &output) {
     const char *found = find_behind(output, address, "=");
@@ -139,12 +126,12 @@ int zol_get_ac_txccq_by_macaddr(const char *mac, int32_t *percent) {
 
 int zol_get_ac_rssi_by_macaddr(const char *mac, int32_t *dbm) {
   *dbm = 0;
-  const auto octets = scan_mac(mac, '-');
+  const auto octets = parse_mac(mac, '-');
   if (!octets) return 0;
-  return search(list_associations, [&, address = upper_case(*octets)](LineReader &output) {
+  return search(list_associations, [&, address = MacText(*octets)](LineReader &output) {
     while (output.next()) {
       if (strstr(output.line(), "unknown") != nullptr || strstr(output.line(), "dBm") == nullptr) continue;
-      const char *found = find_address(output.line(), address);
+      const char *found = find_address(output.line(), address.text());
       if (found == nullptr) continue;
       *dbm = to_int32(skip_words(found, 1));
       return true;
@@ -155,12 +142,12 @@ int zol_get_ac_rssi_by_macaddr(const char *mac, int32_t *dbm) {
 
 int zol_get_ac_noise_by_macaddr(const char *mac, int32_t *dbm) {
   *dbm = 0;
-  const auto octets = scan_mac(mac, '-');
+  const auto octets = parse_mac(mac, '-');
   if (!octets) return 0;
-  return search(list_associations, [&, address = upper_case(*octets)](LineReader &output) {
+  return search(list_associations, [&, address = MacText(*octets)](LineReader &output) {
     while (output.next()) {
       const char *noise = text_after(output.line(), "dBm /");
-      if (noise == nullptr || find_address(output.line(), address) == nullptr) continue;
+      if (noise == nullptr || find_address(output.line(), address.text()) == nullptr) continue;
       *dbm = to_int32(noise);
       return true;
     }
@@ -170,7 +157,7 @@ int zol_get_ac_noise_by_macaddr(const char *mac, int32_t *dbm) {
 
 int zol_get_ac_signalchains_by_macaddr(const char *mac, char *text) {
   *text = '\0';
-  const auto octets = scan_mac(mac, '-');
+  const auto octets = parse_mac(mac, '-');
   if (!octets) return 0;
   return search(list_associations, [&, address = bracketed(*octets)](LineReader &output) {
     constexpr const char *label = "Signal Chains=";
@@ -182,11 +169,11 @@ int zol_get_ac_signalchains_by_macaddr(const char *mac, char *text) {
 
 int get_ac_ip_addr(const char *mac, uint32_t *address) {
   *address = 0;
-  const auto octets = scan_mac(mac, '-');
+  const auto octets = parse_mac(mac, '-');
   if (!octets) return 0;
   CommandOutput leases("cat %s", "/var/dhcp.leases");
   if (!leases) return -1;
-  if (find_lease(leases, lower_case(*octets))) *address = scan_ipv4(skip_words(leases.line(), 2)).address;
+  if (find_lease(leases, *octets)) *address = scan_ipv4(skip_words(leases.line(), 2)).address;
   return 0;
 }
 
@@ -196,8 +183,8 @@ int get_ac_uptime(const char *mac, char *text) {
   CommandOutput leases("cat /var/dhcp.leases");
   if (!leases) return -1;
   int32_t seconds = 0;
-  const auto octets = scan_mac(mac, '-');
-  if (octets && find_lease(leases, lower_case(*octets))) {
+  const auto octets = parse_mac(mac, '-');
+  if (octets && find_lease(leases, *octets)) {
     const auto now = static_cast<uint32_t>(time(nullptr));
     const auto expiry = static_cast<uint32_t>(to_int32(leases.line()));
     seconds = static_cast<int32_t>(static_cast<uint32_t>(lease_minutes) * 60 + (now - expiry));
@@ -209,7 +196,7 @@ int get_ac_uptime(const char *mac, char *text) {
 }
 
 int zol_get_assoc_client_rate(const char *mac, const char *interface, const char *label, int32_t *rate) {
-  MacText address{};
+  std::array<char, 24> address{};
   copy_text(address, mac);
   zol_strtoupper(address.data());
   CommandOutput output("iwinfo %s assoclist", interface);
@@ -240,15 +227,13 @@ int zol::scan_stations(Stations &stations) {
       if (!is_station_line(line)) continue;
       Station &station = stations[count++];
       station = {};
-      Octets6 &mac = station.mac;
-      // An octet that is not there counts as 0.
-      sscanf(line, "%2x:%2x:%2x:%2x:%2x:%2x", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]);
-      const MacText address = lower_case(mac);
+      station.mac = scan_mac(line, ':').mac;
+      const MacText address(station.mac);
       // One variable for both rates: a station that sends at no known rate shows its other one; it is meant so.
       int32_t rate = 0;
-      zol_get_assoc_client_rate(address.data(), interface.data(), "TX:", &rate);
+      zol_get_assoc_client_rate(address.text(), interface.data(), "TX:", &rate);
       station.tx_rate = rate;
-      zol_get_assoc_client_rate(address.data(), interface.data(), "RX:", &rate);
+      zol_get_assoc_client_rate(address.text(), interface.data(), "RX:", &rate);
       station.rx_rate = rate;
       station.vap_index = static_cast<int32_t>(i);
     }

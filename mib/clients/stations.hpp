@@ -9,7 +9,7 @@ namespace zol {
 
 /// An associated station as the scan of the interfaces finds it.
 struct Station {
-  std::array<unsigned, mac_length> mac;
+  Mac mac;
   /// Mbit/s.
   int32_t tx_rate;
   int32_t rx_rate;

@@ -143,10 +143,7 @@ bool collect(const Station &station, ClientRecord &record) {
   record = {};
   snprintf(record.ifname, sizeof record.ifname, "ath%d", station.vap_index);
   record.ifindex = static_cast<int32_t>(if_nametoindex(record.ifname));
-  const auto &mac = station.mac;
-  snprintf(record.mac_text, sizeof record.mac_text, "%02x-%02x-%02x-%02x-%02x-%02x", mac[0], mac[1], mac[2], mac[3],
-           mac[4], mac[5]);
-  zol_strtoupper(record.mac_text);
+  copy_text(record.mac_text, MacText(station.mac, MacText::upper_case, '-').text());
   record.tx_rate = station.tx_rate;
   record.rx_rate = station.rx_rate;
   record.vap_index = station.vap_index;

@@ -133,8 +133,13 @@ TEST(Addresses, MacDigitsAreTakenByPosition) {
   hex_text_to_octets(std::string(100, 'F').c_str(), octets.data());
   EXPECT_EQ(octets[18], 0xFF);
   EXPECT_EQ(octets[19], 0) << "ends inside its twenty bytes";
-  EXPECT_EQ(zol::scan_mac("00:1:aB:ff:0:9", ':'), (std::array<unsigned, 6>{0, 1, 0xAB, 0xFF, 0, 9}));
-  EXPECT_EQ(zol::scan_mac("00:01:02:03:04", ':'), std::nullopt);
+  constexpr zol::Mac mac{0, 1, 0xAB, 0xFF, 0, 9};
+  EXPECT_EQ(zol::parse_mac("00:1:aB:ff:0:9", ':'), mac);
+  EXPECT_EQ(zol::parse_mac("00:01:02:03:04", ':'), std::nullopt);
+  EXPECT_EQ(zol::scan_mac("12:34-56", ':').mac, (zol::Mac{0x12, 0x34}));
+  EXPECT_STREQ(zol::MacText(mac).text(), "00:01:AB:FF:00:09");
+  EXPECT_STREQ(zol::MacText(mac, zol::MacText::lower_case, '-').text(), "00-01-ab-ff-00-09");
+  EXPECT_STREQ(zol::MacText(mac, zol::MacText::without_zeros).text(), "0:1:ab:ff:0:9");
 }
 
 TEST(Times, SpansAreComputedAsTheDeviceDoes) {
