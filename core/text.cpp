@@ -106,6 +106,15 @@ std::optional<int32_t> scan_int32(const char *&cursor) {
   return static_cast<int32_t>(static_cast<uint32_t>(number));
 }
 
+std::optional<int32_t> scan_second_number(const char *text, const char *label) {
+  if (!scan_int32(text)) return std::nullopt;
+  text = skip_blanks(text);
+  const size_t length = strlen(label);
+  if (strncmp(text, label, length) != 0) return std::nullopt;
+  text += length;
+  return scan_int32(text);
+}
+
 bool scan_word(std::span<char> target, const char *text) {
   const char *begin = skip_blanks(text);
   size_t length = 0;

@@ -49,6 +49,10 @@ int32_t to_int32(const char *text);
 /// Wraps as `to_int32` does.
 std::optional<int32_t> scan_int32(const char *&cursor);
 
+/// The number behind `label`, which follows another number at `text`, with or without blanks between: the errors in
+/// "1234 errors:5". Nothing where something else stands there.
+std::optional<int32_t> scan_second_number(const char *text, const char *label);
+
 /// Reads what `%s` reads at `text`: the first run of non-blank characters, cut where it is too long. False, and
 /// `target` unchanged, when only blanks follow.
 bool scan_word(std::span<char> target, const char *text);

@@ -40,12 +40,8 @@ int read_number(LineReader &&output, int colons, int32_t *out) {
 int read_errors(LineReader &&output, int32_t *out) {
   if (!output) return -1;
   const char *text = behind_colons(output, 1);
-  if (text == nullptr || !scan_int32(text)) return 0;
-  text += strspn(text, " \t");
-  constexpr const char *label = "errors:";
-  if (strncmp(text, label, strlen(label)) != 0) return 0;
-  text += strlen(label);
-  if (const auto errors = scan_int32(text)) *out = *errors;
+  if (text == nullptr) return 0;
+  if (const auto errors = scan_second_number(text, "errors:")) *out = *errors;
   return 0;
 }
 

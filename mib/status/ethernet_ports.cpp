@@ -1,7 +1,6 @@
 // The two Ethernet ports of the switch, which the system sees as the VLAN interfaces "eth0.1" and "eth0.2".
 
 #include <array>
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 
@@ -64,15 +63,6 @@ bool read_link_seconds(const char *interface, int32_t &seconds) {
   return true;
 }
 
-/// The errors behind the byte count at `text`, "<bytes> errors:<errors>".
-uint32_t scan_errors(const char *text) {
-  if (!scan_int32(text)) return 0;
-  while (isspace(static_cast<unsigned char>(*text)) != 0) ++text;
-  constexpr const char *label = "errors:";
-  if (strncmp(text, label, strlen(label)) != 0) return 0;
-  return static_cast<uint32_t>(to_int32(text + strlen(label)));
-}
-
 }  // namespace
 
 int zol_get_ethernet_status(const char *interface, int32_t *status) {
@@ -113,6 +103,6 @@ int zol_get_statistics_transmit_bytes(const char *interface, const char *key, in
   // The errors are looked for behind the byte count, where `ifconfig` of this device writes other things as a rule; it
   // is meant so.
   if (mode == 0) *out = static_cast<uint32_t>(to_int32(value));
-  if (mode == 1) *out = scan_errors(value);
+  if (mode == 1) *out = static_cast<uint32_t>(scan_second_number(value, "errors:").value_or(0));
   return 0;
 }

@@ -52,14 +52,8 @@ struct Figure {
 
 int32_t parse(const Figure &figure, const char *line) {
   const char *cursor = text_after(line, figure.label, figure.gap);
-  if (figure.second_label != nullptr) {
-    if (!scan_int32(cursor)) return 0;
-    cursor += strspn(cursor, " \t\v\f\r");
-    const size_t length = strlen(figure.second_label);
-    if (strncmp(cursor, figure.second_label, length) != 0) return 0;
-    cursor += length;
-  }
-  return to_int32(cursor);
+  if (figure.second_label == nullptr) return to_int32(cursor);
+  return scan_second_number(cursor, figure.second_label).value_or(0);
 }
 
 int read_figure(const Figure &figure, const char *interface, int32_t *value) {
