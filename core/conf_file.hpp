@@ -6,7 +6,8 @@
 //   KEY=value
 //
 // Blanks around names and values do not count; empty lines and lines that begin with '#' or ';' are skipped. Of two
-// keys or sections with the same name the first one counts.
+// keys or sections with the same name the first one counts. Here only the wireless driver's loader reads one; the
+// functions are exported for programs that load the library.
 
 #include <cstddef>
 
