@@ -21,3 +21,10 @@ ZOL_EXPORT int getTimeString(int32_t seconds, char *buffer, size_t size);
 /// Sleeps, however often a signal interrupts it. @return 1 always
 ZOL_EXPORT int msleep(int32_t milliseconds);
 }
+
+namespace zol {
+
+/// Milliseconds of a clock that nobody sets.
+uint64_t monotonic_ms();
+
+}  // namespace zol

@@ -1,0 +1,177 @@
+// Collects the stations with the system's tools, and hands what was found from the sampling thread to the agent's.
+
+#include "core/clock.hpp"
+#include "core/command.hpp"
+#include "core/lock.hpp"
+#include "mib/clients/clients.hpp"
+#include "mib/stations/printed.hpp"
+#include "mib/stations/stations.hpp"
+
+using namespace zol;
+
+namespace {
+
+// Of three snapshots one belongs to the agent's thread, one may wait for it, and one is being filled. What is compared
+// with the next collection is the one that ended last, wherever it is; it is only read.
+
+pthread_mutex_t guard = PTHREAD_MUTEX_INITIALIZER;
+constinit Snapshot snapshots[3];
+/// The agent's, the one that ended last (which may be the same); null before the first.
+const Snapshot *taken = nullptr;
+const Snapshot *ended = nullptr;
+uint64_t last_began = 0;
+bool any_began = false;
+
+constexpr size_t most_hooks = 4;
+void (*hooks[most_hooks])();
+
+/// The snapshot that neither thread needs.
+Snapshot &unused() {
+  const Lock lock(guard);
+  Snapshot *free = snapshots;
+  while (free == taken || free == ended) ++free;
+  return *free;
+}
+
+// Whole lines: an address in the rest of a long one is no station's.
+constexpr size_t line_size = 1024;
+
+/// Hands every line of an output to `use`. False when the command failed.
+template <class Use>
+bool each_line(CommandOutput<line_size> &&output, Use use) {
+  bool inside = false;
+  while (output.next_without_newline() && !collections_abandoned()) {
+    const bool continues = strlen(output.line()) == output.length_as_read();
+    if (!inside) use(output.line());
+    inside = continues;
+  }
+  return static_cast<bool>(output) && !collections_abandoned();
+}
+
+/// The bridged interfaces, a bit for each; nothing when the bridges cannot be asked.
+std::optional<uint32_t> bridged_interfaces() {
+  uint32_t interfaces = 0;
+  const bool complete = each_line(CommandOutput<line_size>("brctl show"), [&](const char *line) {
+    if (const auto index = bridged_interface(line)) interfaces |= 1U << *index;
+  });
+  return complete ? std::optional(interfaces) : std::nullopt;
+}
+
+bool list_stations(Snapshot &snapshot, uint8_t interface) {
+  bool fits = true;
+  const bool complete =
+      each_line(CommandOutput<line_size>("wlanconfig ath%d list sta", interface), [&](const char *line) {
+        if (const auto mac = listed_station(line)) fits = snapshot.add(*mac, interface) && fits;
+      });
+  if (!fits) log_line("out of memory: the stations were not collected");
+  return complete && fits;
+}
+
+void read_figures(Snapshot &snapshot, uint8_t interface) {
+  StationOutput associations(snapshot, interface);
+  each_line(CommandOutput<line_size>("iwinfo ath%d assoclist", interface),
+            [&](const char *line) { associations.association(line); });
+  StationOutput counters(snapshot, interface);
+  const uint64_t now = monotonic_ms();
+  each_line(CommandOutput<line_size>("80211stats -i ath%d -a", interface),
+            [&](const char *line) { counters.counters(line, now); });
+}
+
+/// A bit for each interface that has stations.
+uint32_t used_interfaces(const Snapshot &snapshot) {
+  uint32_t interfaces = 0;
+  for (const StationRecord &station : snapshot.stations()) interfaces |= 1U << station.interface;
+  return interfaces;
+}
+
+template <class Use>
+bool each_interface(uint32_t interfaces, Use use) {
+  for (uint8_t index = 0; index < most_interfaces; ++index) {
+    if ((interfaces & 1U << index) != 0 && !use(index)) return false;
+  }
+  return true;
+}
+
+void read_details(Snapshot &snapshot) {
+  each_interface(used_interfaces(snapshot), [&](uint8_t index) {
+    read_figures(snapshot, index);
+    return !collections_abandoned();
+  });
+  each_line(CommandOutput<line_size>("cat /var/dhcp.leases"), [&](const char *line) { read_lease(snapshot, line); });
+  each_line(CommandOutput<line_size>("uci show wireless"), [&](const char *line) { read_setting(snapshot, line); });
+}
+
+/// False when the stations cannot be listed.
+bool fill(Snapshot &snapshot) {
+  const auto interfaces = bridged_interfaces();
+  if (!interfaces) return false;
+  const bool complete = each_interface(*interfaces, [&](uint8_t index) { return list_stations(snapshot, index); });
+  if (!complete) return false;
+  snapshot.sort();
+  if (!snapshot.stations().empty()) read_details(snapshot);
+  return !collections_abandoned();
+}
+
+constinit const Snapshot none;
+
+/// The collection that ended last. It is not changed meanwhile: only this thread ends one.
+const Snapshot &former() {
+  const Lock lock(guard);
+  return ended != nullptr ? *ended : none;
+}
+
+void begin(uint64_t now) {
+  const Lock lock(guard);
+  last_began = now;
+  any_began = true;
+}
+
+}  // namespace
+
+bool zol::collect_stations() {
+  const uint64_t now = monotonic_ms();
+  begin(now);
+  Snapshot &snapshot = unused();
+  snapshot.begin(now);
+  if (!fill(snapshot)) return false;
+  snapshot.follow(former());
+  snapshot.duration = static_cast<uint32_t>(monotonic_ms() - now);
+  const Lock lock(guard);
+  ended = &snapshot;
+  return true;
+}
+
+bool zol::collection_is_due(int32_t period) {
+  const Lock lock(guard);
+  return !any_began || monotonic_ms() - last_began >= static_cast<uint64_t>(period) * 1000;
+}
+
+bool zol::take_over_collection() {
+  {
+    const Lock lock(guard);
+    if (ended == taken) return false;
+    taken = ended;
+  }
+  for (void (*hook)() : hooks) {
+    if (hook != nullptr) hook();
+  }
+  return true;
+}
+
+const Snapshot &zol::present_stations() { return taken != nullptr ? *taken : none; }
+
+void zol::after_collections(void (*hook)()) {
+  for (auto &slot : hooks) {
+    if (slot == nullptr || slot == hook) {
+      slot = hook;
+      return;
+    }
+  }
+}
+
+void zol::forget_collections() {
+  const Lock lock(guard);
+  taken = ended = nullptr;
+  any_began = false;
+  for (Snapshot &snapshot : snapshots) snapshot.release();
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+// Every station that is associated, as the last complete collection found it: for the areas above this one. All but
+// `collect_stations` is for the agent's thread alone.
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "mib/stations/snapshot.hpp"
+
+namespace zol {
+
+/// The collection that the agent's thread works with: the stations that are present, in the order of their addresses.
+/// None before the first. It changes in `take_over_collection` only. A station's `address` is that of its DHCP lease,
+/// matched by all six octets, and counts only if the station `knows(Figure::address)`.
+const Snapshot &present_stations();
+
+/// Has `hook` called on the agent's thread after each collection that is taken over. Once for each function, at most
+/// four.
+void after_collections(void (*hook)());
+
+/// Makes one collection: asks each bridged interface for its stations and for what is known of them. For a sampling
+/// thread; returns early, without a result, when collections are abandoned.
+/// @return false when it is not complete and was dropped: the one before stays
+bool collect_stations();
+
+/// Whether `period` seconds have passed since the last collection began, by a clock that nobody sets; at once when
+/// there was none.
+bool collection_is_due(int32_t period);
+
+/// Takes over a collection that has ended since the last call, if any. Whether there was one.
+bool take_over_collection();
+
+/// Forgets all collections: the next one is a first one again.
+void forget_collections();
+
+}  // namespace zol
