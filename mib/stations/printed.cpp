@@ -51,16 +51,14 @@ std::optional<uint32_t> scan_thousandths(const char *cursor) {
 }
 
 /// Six groups at `cursor`, which moves behind them.
-bool scan_groups(const char *&cursor, MacAddress &mac) {
-  const char *text = cursor;
-  const auto octets = scan_mac(text, ':');
+bool scan_groups(const char *&cursor, Mac &mac) {
+  const auto octets = parse_mac(cursor, ':');
   if (!octets) return false;
-  for (size_t i = 0; i < mac.size(); ++i) {
-    mac[i] = static_cast<uint8_t>((*octets)[i]);
-    text += is_hex_digit(text[0]) && is_hex_digit(text[1]) ? 2 : 1;
-    if (i + 1 < mac.size()) ++text;
+  mac = *octets;
+  for (size_t group = 0; group < mac.size(); ++group) {
+    if (group > 0) ++cursor;
+    cursor += is_hex_digit(cursor[1]) ? 2 : 1;
   }
-  cursor = text;
   return true;
 }
 
@@ -71,7 +69,7 @@ bool continues_address(const char *behind) {
 
 }  // namespace
 
-const char *find_mac(const char *line, MacAddress &mac) {
+const char *find_mac(const char *line, Mac &mac) {
   for (const char *start = line; *start != '\0'; ++start) {
     if (!is_hex_digit(*start) || (start != line && (in_word(start[-1]) || start[-1] == ':'))) continue;
     const char *behind = start;
@@ -80,8 +78,8 @@ const char *find_mac(const char *line, MacAddress &mac) {
   return nullptr;
 }
 
-std::optional<MacAddress> listed_station(const char *line) {
-  MacAddress mac{};
+std::optional<Mac> listed_station(const char *line) {
+  Mac mac{};
   const bool begins = strlen(line) >= 6 && line[2] == ':' && line[5] == ':';
   if (!begins || !scan_groups(line, mac) || continues_address(line)) return std::nullopt;
   return mac;
@@ -95,7 +93,7 @@ std::optional<uint8_t> bridged_interface(const char *line) {
 }
 
 const char *StationOutput::advance(const char *line) {
-  MacAddress mac{};
+  Mac mac{};
   const char *behind = find_mac(line, mac);
   names_station_ = behind != nullptr;
   if (!names_station_) return line;
@@ -241,7 +239,7 @@ std::optional<Ipv4> whole_address(const char *word) {
 
 void read_lease(Snapshot &snapshot, const char *line) {
   const auto [expiry, owner, leased, name] = split(line);
-  MacAddress mac{};
+  Mac mac{};
   const char *behind = owner.data();
   if (owner.empty() || !scan_groups(behind, mac) || behind != owner.data() + owner.size()) return;
   StationRecord *station = snapshot.find(mac);

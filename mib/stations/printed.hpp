@@ -11,10 +11,10 @@ namespace zol {
 
 /// The first hardware address of six groups of one or two digits in `line`, alone between other characters; the text
 /// behind it, or null when there is none.
-const char *find_mac(const char *line, MacAddress &mac);
+const char *find_mac(const char *line, Mac &mac);
 
 /// "wlanconfig ath<N> list sta": each line that begins with an address is a station.
-std::optional<MacAddress> listed_station(const char *line);
+std::optional<Mac> listed_station(const char *line);
 
 /// "brctl show": N of the interface athN that a line names, below `most_interfaces`.
 std::optional<uint8_t> bridged_interface(const char *line);

@@ -33,7 +33,7 @@ void Snapshot::begin(uint64_t now) {
   duration = 0;
 }
 
-bool Snapshot::add(const MacAddress &mac, uint8_t interface) {
+bool Snapshot::add(const Mac &mac, uint8_t interface) {
   if (count_ == most_listed_stations) return true;
   if (count_ == capacity_) {
     const size_t capacity = std::max<size_t>(16, 2 * capacity_);
@@ -93,20 +93,20 @@ void Snapshot::release() {
   count_ = capacity_ = 0;
 }
 
-size_t Snapshot::position(const MacAddress &mac) const {
+size_t Snapshot::position(const Mac &mac) const {
   const auto sorted = stations();
   const auto found =
       std::lower_bound(sorted.begin(), sorted.end(), mac,
-                       [](const StationRecord &station, const MacAddress &wanted) { return station.mac < wanted; });
+                       [](const StationRecord &station, const Mac &wanted) { return station.mac < wanted; });
   return static_cast<size_t>(found - sorted.begin());
 }
 
-const StationRecord *Snapshot::find(const MacAddress &mac) const {
+const StationRecord *Snapshot::find(const Mac &mac) const {
   const size_t at = position(mac);
   return at < count_ && stations_[at].mac == mac ? &stations_[at] : nullptr;
 }
 
-StationRecord *Snapshot::find(const MacAddress &mac) {
+StationRecord *Snapshot::find(const Mac &mac) {
   return const_cast<StationRecord *>(static_cast<const Snapshot *>(this)->find(mac));
 }
 

@@ -11,8 +11,6 @@
 
 namespace zol {
 
-using MacAddress = std::array<uint8_t, mac_length>;
-
 /// What is known of a station only when it was printed.
 enum class Figure : uint8_t { signal, noise, chains, tx_rate, rx_rate, quality, address, name };
 
@@ -52,7 +50,7 @@ struct StationRecord {
   void forget(Figure figure) { known = static_cast<uint16_t>(known & ~(1U << static_cast<unsigned>(figure))); }
   void learn(Counter counter, uint64_t value);
 
-  MacAddress mac;
+  Mac mac;
   /// N of the interface athN.
   uint8_t interface;
   /// What is known: a bit for each `Figure`, and for each `Counter`.
@@ -101,7 +99,7 @@ class Snapshot {
   /// Begins a collection, at a time of `monotonic_ms`.
   void begin(uint64_t now);
   /// Adds a station as it is listed. False when memory does not suffice.
-  bool add(const MacAddress &mac, uint8_t interface);
+  bool add(const Mac &mac, uint8_t interface);
   /// Puts the added stations in order. One that was listed on two interfaces is on the higher one.
   void sort();
   /// Carries on what only a series of collections tells.
@@ -112,9 +110,9 @@ class Snapshot {
   [[nodiscard]] std::span<StationRecord> stations() { return {stations_, count_}; }
   [[nodiscard]] std::span<const StationRecord> stations() const { return {stations_, count_}; }
   /// The first station whose address is `mac` or greater; the end of `stations()` when there is none.
-  [[nodiscard]] size_t position(const MacAddress &mac) const;
-  [[nodiscard]] const StationRecord *find(const MacAddress &mac) const;
-  [[nodiscard]] StationRecord *find(const MacAddress &mac);
+  [[nodiscard]] size_t position(const Mac &mac) const;
+  [[nodiscard]] const StationRecord *find(const Mac &mac) const;
+  [[nodiscard]] StationRecord *find(const Mac &mac);
 
   std::array<InterfaceRecord, most_interfaces> interfaces{};
   uint64_t began = 0;

@@ -13,13 +13,13 @@ namespace {
 
 using zol::Counter;
 using zol::Figure;
-using zol::MacAddress;
+using zol::Mac;
 using zol::OctetCount;
 using zol::Snapshot;
 using zol::StationRecord;
 
-constexpr MacAddress mac = {0x00, 0x0b, 0x6b, 0x0a, 0x01, 0x0f};
-constexpr MacAddress other = {0xf4, 0x5c, 0x89, 0x10, 0x20, 0x30};
+constexpr Mac mac = {0x00, 0x0b, 0x6b, 0x0a, 0x01, 0x0f};
+constexpr Mac other = {0xf4, 0x5c, 0x89, 0x10, 0x20, 0x30};
 
 /// All that is known of a station, for example "signal=-48 tx_bytes=7".
 std::string known(const StationRecord &station) {
@@ -59,7 +59,7 @@ class PrintedStation : public testing::Test {
  protected:
   PrintedStation() {
     snapshot.begin(1000);
-    for (const MacAddress &each : {other, mac}) snapshot.add(each, 1);
+    for (const Mac &each : {other, mac}) snapshot.add(each, 1);
     snapshot.sort();
   }
   ~PrintedStation() override { snapshot.release(); }
@@ -245,7 +245,7 @@ TEST_F(Collections, FollowEachOther) {
 TEST(Snapshots, TellWhoLeftAndWhoJoined) {
   Snapshot before;
   Snapshot after;
-  const auto station = [](int octet) { return MacAddress{2, 0, 0, 0, 0, static_cast<uint8_t>(octet)}; };
+  const auto station = [](int octet) { return Mac{2, 0, 0, 0, 0, static_cast<uint8_t>(octet)}; };
   for (const int octet : {1, 2, 3, 9}) before.add(station(octet), 0);
   for (const int octet : {2, 4, 8}) after.add(station(octet), 0);
   after.add(station(9), 1);
