@@ -1,12 +1,12 @@
 // Which wireless interface is selected, and what it is: operation mode, standard, name, country, whether it hides.
 
+#include <array>
 #include <cstring>
 
 #include "core/command.hpp"
 #include "core/scalar.hpp"
 #include "mib/radio/options.hpp"
 #include "mib/radio/radio.hpp"
-#include "mib/status/status.hpp"
 
 using namespace zol;
 
@@ -55,6 +55,26 @@ int get_operation_mode(int index) {
     }
   }
   return wds && mode != adapter ? mode + 1 : mode;
+}
+
+int set_operation_mode(int32_t mode, int32_t iface) {
+  struct Mode {
+    const char *name;
+    /// Whether to bridge with four addresses; negative where the mode knows no such choice.
+    int wds;
+  };
+  constexpr std::array<Mode, 5> modes = {{{"ap", 0}, {"ap", 1}, {"sta", 0}, {"sta", 1}, {"adapter", -1}}};
+
+  CommandLine command;
+  if (mode >= 0 && static_cast<size_t>(mode) < modes.size()) {
+    const auto &[name, wds] = modes[static_cast<size_t>(mode)];
+    command.append("uci set wireless.@wifi-iface[%d].mode=%s", iface, name);
+    if (wds >= 0) command.append(";uci set wireless.@wifi-iface[%d].wds=%d", iface, wds);
+  }
+  // An unknown mode leaves the commit alone on the line; no setter lets one through.
+  command.append(";uci commit wireless");
+  command.run();
+  return 0;
 }
 
 /// @syntax INTEGER { ap(0), apWds(1), station(2), stationWds(3), adapter(4), unknown(255) }

@@ -20,6 +20,10 @@ ZOL_EXPORT extern const uint32_t id_list[25];
 /// with WDS, 2 station, 3 station with WDS, 4 adapter; 255 when the command cannot be started.
 ZOL_EXPORT int get_operation_mode(int index);
 
+/// Stores what a wireless interface does in UCI: 0 access point, 1 access point with WDS, 2 station, 3 station with
+/// WDS, 4 adapter; another mode only commits. @param iface counted from 0 @return 0 always
+ZOL_EXPORT int set_operation_mode(int32_t mode, int32_t iface);
+
 /// The class of a radio's standard, from "iwinfo ath<index> info": 7 when what follows "802.11" holds an a and an n
 /// (5 GHz), otherwise 8, also when the interface does not exist; 255 when the command cannot be started.
 ZOL_EXPORT int get_profile_mode(int index);

@@ -1,4 +1,4 @@
-// How the LAN and the WAN get their addresses, their DNS servers, and the LAN port's Ethernet address.
+// How the LAN and the WAN get their addresses, and their DNS servers.
 
 #include <algorithm>
 #include <cstring>
@@ -114,26 +114,3 @@ int get_wan_dnsservers(char *servers) {
 }
 
 int set_wan_dnsservers(const char *servers) { return store_dns_servers("network.wan.dns", servers); }
-
-// Named after port 1, and read from the VLAN interface behind it. The object is read-only, so that its write operation
-// is never handed to the agent.
-/// @syntax ZolarcMacAddress
-/// The interface's Ethernet address.
-ZOL_TEXT(eth1_mac, 65, .oid = {9, 1, 3}, .accepts = range(1, 64), .access = read_only, .fixed_length = mac_length);
-
-int get_eth1_mac(char *octets) {
-  constexpr size_t label = 7;  // "HWaddr "
-  memset(octets, 0, sizeof(MacOctets));
-  CommandOutput output("ifconfig | grep eth0.1");
-  if (!output) return -1;
-  while (output.next()) {
-    const char *found = strstr(output.line(), "HWaddr");
-    if (found == nullptr || strchr(output.line(), ':') == nullptr) continue;
-    const MacOctets address = mac_octets(strlen(found) < label ? "" : found + label);
-    memcpy(octets, address.data(), address.size());
-    break;
-  }
-  return 0;
-}
-
-int set_eth1_mac(const char *) { return 0; }

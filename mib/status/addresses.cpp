@@ -6,6 +6,7 @@
 
 #include "core/address.hpp"
 #include "core/command.hpp"
+#include "core/scalar.hpp"
 #include "core/text.hpp"
 #include "mib/status/status.hpp"
 
@@ -69,6 +70,12 @@ constexpr SearchedOption searched_options[] = {
     {"dns2", "dns", second_address},
 };
 
+/// What stands behind "HWaddr " in the next line of `ifconfig` that holds it, or null.
+const char *find_mac_text(LineReader &output) {
+  constexpr const char *label = "HWaddr";
+  return output.find(label) == nullptr ? nullptr : text_after(output.line(), label, 1);
+}
+
 }  // namespace
 
 int get_lan_ip_address(const char *section, const char *key, uint32_t *out) {
@@ -83,13 +90,31 @@ int get_lan_ip_address(const char *section, const char *key, uint32_t *out) {
 }
 
 int get_mac_address(const char *interface, char **text) {
-  // "HWaddr 00:03:7f:11:22:33"
-  constexpr size_t label = 7;
-  constexpr size_t length = 17;
+  constexpr size_t length = sizeof "00:03:7f:11:22:33" - 1;
   CommandOutput output("ifconfig | grep \"%s\"", interface);
   if (!output) return -1;
-  const char *found = output.find("HWaddr");
-  if (found == nullptr || strlen(found) < label + length) return -2;
-  *text = strndup(found + label, length);
+  const char *found = find_mac_text(output);
+  if (found == nullptr || strlen(found) < length) return -2;
+  *text = strndup(found, length);
   return *text == nullptr ? -2 : 0;
 }
+
+// Named after port 1, and read from the VLAN interface behind it. The object is read-only, so that its write operation
+// is never handed to the agent.
+/// @syntax ZolarcMacAddress
+/// The interface's Ethernet address.
+ZOL_TEXT(eth1_mac, 65, .oid = {9, 1, 3}, .accepts = range(1, 64), .access = read_only, .fixed_length = mac_length);
+
+int get_eth1_mac(char *octets) {
+  memset(octets, 0, sizeof(MacOctets));
+  CommandOutput output("ifconfig | grep eth0.1");
+  if (!output) return -1;
+  while (const char *text = find_mac_text(output)) {
+    if (strchr(output.line(), ':') == nullptr) continue;
+    memcpy(octets, mac_octets(text).data(), sizeof(MacOctets));
+    break;
+  }
+  return 0;
+}
+
+int set_eth1_mac(const char *) { return 0; }

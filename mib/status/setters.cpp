@@ -8,6 +8,7 @@
 #include "core/address.hpp"
 #include "core/command.hpp"
 #include "core/text.hpp"
+#include "mib/radio/radio.hpp"
 #include "mib/status/status.hpp"
 
 using namespace zol;
@@ -167,23 +168,3 @@ STATUS_SETTER(sec_dns, AddressSetter, [](Ipv4 address) {
 STATUS_SETTER(ssid, TextSetter, 100, [](char *ssid) { set_ssid(0, ssid); })
 STATUS_SETTER(ssid2_name, TextSetter, 100, [](char *ssid) { set_ssid(1, ssid); })
 STATUS_SETTER(current_time, TextSetter, 19, set_clock, is_time)
-
-int set_operation_mode(int32_t mode, int32_t iface) {
-  struct Mode {
-    const char *name;
-    /// Whether to bridge with four addresses; negative where the mode knows no such choice.
-    int wds;
-  };
-  constexpr std::array<Mode, 5> modes = {{{"ap", 0}, {"ap", 1}, {"sta", 0}, {"sta", 1}, {"adapter", -1}}};
-
-  CommandLine command;
-  if (mode >= 0 && static_cast<size_t>(mode) < modes.size()) {
-    const auto &[name, wds] = modes[static_cast<size_t>(mode)];
-    command.append("uci set wireless.@wifi-iface[%d].mode=%s", iface, name);
-    if (wds >= 0) command.append(";uci set wireless.@wifi-iface[%d].wds=%d", iface, wds);
-  }
-  // An unknown mode leaves the commit alone on the line; no setter lets one through.
-  command.append(";uci commit wireless");
-  command.run();
-  return 0;
-}

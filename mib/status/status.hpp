@@ -99,10 +99,6 @@ ZOL_EXPORT WriteMethod write_ssid, write_ssid2_name;
 /// and two colons is a wrongValue.
 ZOL_EXPORT WriteMethod write_current_time;
 
-/// Stores what a wireless interface does in UCI: 0 access point, 1 access point with WDS, 2 station, 3 station with
-/// WDS, 4 adapter; another mode only commits. @param iface counted from 0 @return 0 always
-ZOL_EXPORT int set_operation_mode(int32_t mode, int32_t iface);
-
 // The module.
 
 ZOL_EXPORT void init_zolwrt(void);
