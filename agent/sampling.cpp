@@ -73,11 +73,13 @@ void queue_trap(int generic, int specific) {
     send_easy_trap(generic, specific);
     return;
   }
+  static constinit zol::Complaint full(LOG_WARNING);
   const zol::Lock lock(trap_guard);
   if (waiting == waiting_traps.size()) {
-    zol::log_line("too many traps are waiting: one was not sent");
+    full.raise("too many traps are waiting: some are not sent");
     return;
   }
+  full.over();
   waiting_traps[waiting++] = {generic, specific};
 }
 
@@ -101,6 +103,7 @@ bool started = false;
 bool start() {
   if (!join_ended()) return false;
   agent_thread = pthread_self();
+  zol::log_from_this_thread();
   std::atomic_ref(thread_stopped).store(0);
   zol::abandon_collections(false);
   zol::send_traps_with(queue_trap);
@@ -119,6 +122,7 @@ bool start() {
 void on_alarm(unsigned, void *) {
   if (!started) started = start();
   send_waiting_traps();
+  zol::log_waiting_lines();
 }
 
 }  // namespace
@@ -152,4 +156,5 @@ void zol::stop_sampling() {
     send_traps_with(nullptr);
   }
   releaseList();
+  log_waiting_lines();
 }

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -263,13 +262,13 @@ void LineReader::start(const char *format, va_list arguments) {
   if (command == nullptr) return;
   keep_descriptors();
   stream_ = popen(command.get(), "r");
-  // A device short of memory fails every command of a walk: one line tells it, until a command starts again.
-  static std::atomic<bool> failing = false;
-  const bool failed_before = failing.exchange(stream_ == nullptr);
+  // A device short of memory fails every command of a walk.
+  static constinit Complaint failing;
   if (stream_ == nullptr) {
-    if (!failed_before) log_line("cannot start a command: %s", strerror(errno));
+    failing.raise("cannot start a command: %s", strerror(errno));
     return;
   }
+  failing.over();
   // Another thread's command must not inherit this end of the pipe.
   fcntl(fileno(stream_), F_SETFD, FD_CLOEXEC);
 }

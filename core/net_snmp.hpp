@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "core/export.hpp"
+#include "core/log.hpp"
 
 extern "C" {
 // net-snmp's headers depend on this order.
@@ -37,8 +38,5 @@ bool agent_runs();
 
 /// Makes the agent leave its main loop after the current request and tells the hosting agent to start again.
 void request_restart();
-
-/// One line for the operator on standard error, which the agent keeps with its log.
-[[gnu::format(printf, 1, 2)]] void log_line(const char *format, ...);
 
 }  // namespace zol

@@ -168,8 +168,13 @@ int snmp_write2file(const char *key, const char *text) {
     return -1;
   }
   const char *path = store_path();
-  if (replace(path, key, text)) return 0;
-  zol::log_line("value store %s: cannot store: %s", path, strerror(errno));
+  // Every GET of a stored text asks to store it.
+  static constinit zol::Complaint unwritable;
+  if (replace(path, key, text)) {
+    unwritable.over();
+    return 0;
+  }
+  unwritable.raise("value store %s: cannot store: %s", path, strerror(errno));
   return -1;
 }
 

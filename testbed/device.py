@@ -33,7 +33,7 @@ _SNMPD = ["/usr/sbin/snmpd", "-f", "-Le", "-I", "-smux", "-C", "-c", "{conf}"]
 _AGENT_PROGRAMS = (Path("/usr/sbin/snmpd"), Path("/usr/sbin/snmptrapd"))
 
 
-def wait_until(condition: Callable[[], Any], what: str, timeout: float = 20.0) -> Any:
+def wait_until(condition: Callable[[], Any], what: str, timeout: float = 60.0) -> Any:
     """Waits for `condition` to hold and returns what it answered. Raises TimeoutError naming `what`."""
     deadline = time.monotonic() + timeout
     while True:
@@ -156,7 +156,7 @@ class Device:
         return command
 
     def run(self, command: list[str] | str, *, env: dict[str, str] | None = None, stdin: str | None = None,
-            timeout: float = 60.0) -> subprocess.CompletedProcess[str]:
+            timeout: float = 120.0) -> subprocess.CompletedProcess[str]:
         """Runs a command to its end. A text is given to the device's shell; that it was is not journalled."""
         arguments = ["/bin/busybox", "sh", "-c", command] if isinstance(command, str) else command
         return subprocess.run([*self.sandbox(env), "--", *arguments], input=stdin, timeout=timeout, check=False,
@@ -383,7 +383,7 @@ class Program:
                 count += ") Z " in Path(f"/proc/{child}/stat").read_text()
         return count
 
-    def wait(self, timeout: float = 20.0) -> int:
+    def wait(self, timeout: float = 60.0) -> int:
         """Waits for the program to end by itself and returns its exit status."""
         return self.process.wait(timeout)
 
@@ -420,7 +420,7 @@ class Agent(Program, Client):
                        **_agent_environment(device.library if hosts_library else None, env)}
         Program.__init__(self, device, command, device.path / f"{name}.log", env=environment, detached=detached)
         try:
-            wait_until(self._answers, "the agent to answer", 60)
+            wait_until(self._answers, "the agent to answer")
         except Exception as failure:
             self.stop()
             raise RuntimeError(f"{failure}; the agent's log:\n{self.log()}") from None
@@ -446,7 +446,7 @@ class Agent(Program, Client):
         before = self.log().count(done)
         os.kill(self.pid, signal.SIGHUP)
         wait_until(lambda: self.log().count(done) > before or not self.running(), "the agent to read its configuration")
-        wait_until(self._answers, "the agent to answer", 60)
+        wait_until(self._answers, "the agent to answer")
 
 
 class TrapReceiver(Program):

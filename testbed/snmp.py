@@ -76,7 +76,7 @@ class Client:
 
     ROOT = ".1.3.6.1.4.1.{}.8.1"
 
-    def __init__(self, port: int, *, enterprise: int = 32473, scratch: Path, timeout: float = 20.0):
+    def __init__(self, port: int, *, enterprise: int = 32473, scratch: Path, timeout: float = 60.0):
         self.port = port
         self.root = self.ROOT.format(enterprise)
         self.timeout = timeout

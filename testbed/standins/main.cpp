@@ -3,7 +3,6 @@
 
 #include <unistd.h>
 
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -85,15 +84,19 @@ std::optional<std::string> setting(const char *kind, std::string_view tool, Argu
   return settings.find(std::string(tool));
 }
 
-void wait_seconds(double seconds) {
-  double whole = 0;
-  const double fraction = std::modf(seconds, &whole);
-  timespec remaining{static_cast<time_t>(whole), static_cast<long>(fraction * 1e9)};
-  while (nanosleep(&remaining, &remaining) != 0) continue;
+/// Waits for the delay of this call, or until it is taken away.
+void wait_delay(std::string_view tool, Arguments arguments) {
+  constexpr double step = 0.02;
+  constexpr timespec pause{0, 20'000'000};
+  for (double waited = 0;; waited += step) {
+    const auto delay = setting("delay", tool, arguments);
+    if (!delay || waited >= strtod(delay->c_str(), nullptr)) return;
+    nanosleep(&pause, nullptr);
+  }
 }
 
 int run_tool(std::string_view name, Arguments arguments) {
-  if (const auto delay = setting("delay", name, arguments)) wait_seconds(strtod(delay->c_str(), nullptr));
+  wait_delay(name, arguments);
   const auto output = setting("output", name, arguments);
   const auto status = setting("exit", name, arguments);
   if (output || status) {

@@ -57,13 +57,18 @@ def agent(device: Device) -> Agent:
     return started
 
 
+HANGING = 600
+"""A command's delay that no client waits for: who answers meanwhile has not waited for the command."""
+
+
 def fast_clock(speed: int) -> dict[str, str]:
     """The environment of an agent whose clock starts at noon and runs `speed` times as fast as the real one."""
     return {"LD_PRELOAD": "/opt/zolarc/lib/tests/fast_clock.so", "FAST_CLOCK": str(speed)}
 
 
 AGENTX_SOCKET = "unix:/tmp/agentx"
-AGENTX_MASTER = f"master agentx\nagentXSocket {AGENTX_SOCKET}"
+# Without the two last lines a busy machine makes the agent ask again while the commands of the first request run.
+AGENTX_MASTER = f"master agentx\nagentXSocket {AGENTX_SOCKET}\nagentXTimeout 60\nagentXRetries 0"
 
 
 def serves_tree(agent: Agent) -> bool:

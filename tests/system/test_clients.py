@@ -22,7 +22,7 @@ def stations(agent: Agent) -> list[str]:
 
 
 def listed(agent: Agent, expected: list[str]) -> None:
-    wait_until(lambda: stations(agent) == expected, f"the table to list {expected}, not {stations(agent)}", 40)
+    wait_until(lambda: stations(agent) == expected, f"the table to list {expected}, not {stations(agent)}")
 
 
 def test_stations_appear_with_everything_that_is_known_of_them(device: Device) -> None:

@@ -86,7 +86,7 @@ def test_a_client_is_put_on_packages_and_released(device: Device) -> None:
         return {cells[f"13.4.1.3.{row}.0"]: [cells[f"13.4.1.{column}.{row}.0"] for column in (1, 2, 4, 5)]
                 for row in numbers}
 
-    wait_until(rows, "the stations to be collected", 30)
+    wait_until(rows, "the stations to be collected")
     assert [row for row, *_ in rows().values()] == [1, 2, 3, 4]
     row, mac, *packages = rows()["192.168.1.102"]
     assert (mac, packages) == (bytes.fromhex("f45c89102030"), [0, 0])

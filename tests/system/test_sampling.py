@@ -4,11 +4,10 @@ from __future__ import annotations
 
 import os
 import signal
-import time
 
 import pytest
 
-from conftest import ends_well, fast_clock
+from conftest import HANGING, ends_well, fast_clock
 from testbed.device import Device, wait_until
 
 
@@ -19,29 +18,23 @@ def collections(device: Device) -> int:
 
 @pytest.mark.parametrize("ends_by", ["SIGTERM", "a SET"])
 def test_a_slow_collection_holds_nothing_up(device: Device, ends_by: str) -> None:
-    device.override("iwinfo", delay=2)
+    device.override("iwinfo", delay=HANGING)
     agent = device.start_agent(env=fast_clock(20))
     wait_until(lambda: device.calls("iwinfo"), "a collection to hang")
     for oid in ("2.12.0", "2.1.0", "5.1.1.1.0", "9.1.8.0", "3.1.6.0"):
-        asked = time.monotonic()
         agent.get(oid)
-        assert time.monotonic() - asked < 1, oid
     if ends_by == "SIGTERM":
         agent.hup()
         device.clear_journal()
         device.override("iwinfo")
         wait_until(lambda: collections(device) > 0, "sampling to start again behind the command that hung")
-        device.override("iwinfo", delay=2)
+        device.override("iwinfo", delay=HANGING)
         device.clear_journal()
-        wait_until(lambda: device.calls("iwinfo"), "the next collection to hang", 40)
-    asked = time.monotonic()
-    if ends_by == "SIGTERM":
+        wait_until(lambda: device.calls("iwinfo"), "the next collection to hang")
         os.kill(agent.pid, signal.SIGTERM)
     else:
         agent.set("1.3.0", "i", 1)
-    assert agent.wait(10) == 0
-    # A sanitizer waits a second of its own for the threads.
-    assert time.monotonic() - asked < (3 if device.sanitized else 1)
+    assert agent.wait() == 0
 
 
 def test_many_collections_leave_the_agent_as_it_was(device: Device) -> None:
@@ -51,7 +44,7 @@ def test_many_collections_leave_the_agent_as_it_was(device: Device) -> None:
     wait_until(lambda: collections(device) > 1, "the first collections")
     memory, descriptors = agent.rss_kib(), agent.open_fds()
     device.clear_journal()
-    wait_until(lambda: collections(device) > 6, "the next collections", 40)
+    wait_until(lambda: collections(device) > 6, "the next collections")
     assert device.sanitized or agent.rss_kib() - memory < 128
     # What is running at the moment holds one descriptor and may have just ended.
     wait_until(lambda: agent.open_fds() <= descriptors, "no descriptor left open")

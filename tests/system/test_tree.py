@@ -86,7 +86,7 @@ def test_the_whole_tree(full_device: Device, host: str) -> None:
 
     expected = EXPECTED.read_text().splitlines()
     try:
-        wait_until(lambda: walk() == expected, "the tree to be as expected", 60)
+        wait_until(lambda: walk() == expected, "the tree to be as expected")
     except TimeoutError:
         actual = walk()
         (full_device.path / EXPECTED.name).write_text("\n".join([*actual, ""]))

@@ -8,12 +8,11 @@ import os
 import re
 import signal
 import subprocess
-import time
 from pathlib import Path
 
 import pytest
 
-from conftest import AGENTX_MASTER, AGENTX_SOCKET, REPOSITORY, ends_well, fast_clock, serves_tree, start_subagent
+from conftest import AGENTX_MASTER, AGENTX_SOCKET, HANGING, REPOSITORY, ends_well, fast_clock, serves_tree, start_subagent
 from testbed.device import BUNDLE, LIBRARY, Agent, Device, Program, sanitizer_environment, wait_until
 from testbed.snmp import Client, SnmpError, Value, answers, free_udp_port
 
@@ -33,19 +32,17 @@ def start(device: Device, mode: str, **options: str) -> tuple[Agent, Program]:
 
 @pytest.mark.parametrize("mode", ["master", "subagent"])
 def test_it_starts_again_over_snmp(device: Device, mode: str) -> None:
-    device.override("iwinfo", delay=2)
+    device.override("iwinfo", delay=HANGING)
     agent, zolarcd = start(device, mode)
     wait_until(lambda: device.calls("iwinfo"), "a collection to hang")
     name, descriptors = Path(f"/proc/{zolarcd.pid}/comm").read_text(), zolarcd.open_fds()
     for count in range(2, 7):
-        asked = time.monotonic()
         agent.set(RESTARTS[count % 2], "i", 1)
         wait_until(lambda: len(re.findall(r"zolarcd \S+ started", zolarcd.log())) == count, "zolarcd to start again")
         wait_until(lambda: serves_tree(agent), "the tree to be served again")
-        assert time.monotonic() - asked < (4 if device.sanitized else 2)
-        device.override("iwinfo")
     assert Path(f"/proc/{zolarcd.pid}/comm").read_text() == name
     assert zolarcd.zombies() == 0
+    device.override("iwinfo")
     # Sampling opens none that it keeps.
     wait_until(lambda: zolarcd.open_fds() <= descriptors, "no descriptor left open")
     device.clear_journal()
@@ -61,14 +58,14 @@ def test_a_reload_gives_presets_anew_and_loses_no_answer(device: Device, mode: s
     agent.set("2.12.0", "i", 8)
     configuration = device.read("/etc/snmp/zolarcd.conf")
     device.write("/etc/snmp/zolarcd.conf", configuration.replace("latitude 7", "latitude 9"))
-    device.override("uci", delay=0.4)
+    device.override("uci", delay=HANGING)
     with concurrent.futures.ThreadPoolExecutor() as pool:
         device.clear_journal()
         channel = pool.submit(agent.get, "3.1.6.0")
         wait_until(lambda: device.calls("uci"), "the command to run")
         os.kill(zolarcd.pid, signal.SIGHUP)
+        device.override("uci")
         assert channel.result().value == 6
-    device.override("uci")
     wait_until(lambda: "has read the configuration again" in zolarcd.log(), "the reload")
     assert agent.get("2.12.0").value == 9
     device.clear_journal()
@@ -136,14 +133,14 @@ def test_in_the_background_it_stays_one_process(device: Device) -> None:
     command += "while pidof zolarcd > now; do mv now pid; sleep 0.1; done"
     sandbox = device.popen(["/bin/busybox", "sh", "-c", command], env=sanitizer_environment(device.library))
     try:
-        wait_until(lambda: answers(port, 0.1), "zolarcd to answer", 60)
+        wait_until(lambda: answers(port, 0.1), "zolarcd to answer")
         number = device.host_path("/etc/pid")
         pid = wait_until(lambda: number.exists() and number.read_text(), "its number")
         agent = Client(port, scratch=device.path)
         device.clear_journal()
         agent.set("1.3.0", "i", 1)
         wait_until(lambda: "uci show snmpd.cfg10e48a.enterpriseid" in device.shell_lines(), "the next start")
-        wait_until(lambda: answers(port, 0.1), "zolarcd to answer again", 60)
+        wait_until(lambda: answers(port, 0.1), "zolarcd to answer again")
         assert agent.get("2.1.0").text == "ap-lobby"
         number.unlink()
         assert wait_until(lambda: number.exists() and number.read_text(), "its number") == pid

@@ -43,7 +43,7 @@ class Runners : public testing::Test {
 
   /// What the program was called with; waits for it, since a detached one may take its time.
   [[nodiscard]] std::string heard() const {
-    for (int i = 0; i < 500 && !fs::exists(said()); ++i) msleep(10);
+    for (int i = 0; i < 3000 && !fs::exists(said()); ++i) msleep(10);
     std::ostringstream text;
     text << std::ifstream(said()).rdbuf();
     return text.str();
@@ -137,7 +137,7 @@ TEST_F(Runners, TheAgentsDescriptorsStayWithTheAgent) {
     SCOPED_TRACE(start.name);
     fcntl(socket, F_SETFD, 0);
     start.start();
-    for (int i = 0; i < 500 && !fs::exists(folder_ / "looked"); ++i) msleep(10);
+    for (int i = 0; i < 3000 && !fs::exists(folder_ / "looked"); ++i) msleep(10);
     EXPECT_TRUE(fs::remove(folder_ / "looked"));
     EXPECT_FALSE(fs::exists(said()));
   }
@@ -196,7 +196,7 @@ TEST(CommandLine, GrowsWithoutABound) {
   ScriptedShell shell;
   zol::CommandLine line;
   std::string expected;
-  for (int i = 0; i < 500; ++i) {
+  for (int i = 0; i < 3000; ++i) {
     line.append("uci add_list x=%d;", i);
     expected += "uci add_list x=" + std::to_string(i) + ";";
   }

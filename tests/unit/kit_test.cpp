@@ -1,4 +1,4 @@
-// Texts, numbers, addresses and times.
+// Texts, numbers, addresses, times and what is logged.
 
 #include <gtest/gtest.h>
 
@@ -6,8 +6,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <string>
+#include <thread>
+#include <utility>
 
 #include "core/address.hpp"
+#include "core/net_snmp.hpp"
 #include "core/clock.hpp"
 #include "core/text.hpp"
 
@@ -177,6 +181,37 @@ TEST(Times, AStampPadsTheDay) {
     EXPECT_EQ(zoel_print_time(stamp), 0);
     EXPECT_STREQ(stamp, expected.stamp);
   }
+}
+
+/// What the agent was given to log, for example "3 zolarc: cannot start\n".
+std::string logged;
+
+int take_line(int, int, void *message, void *) {
+  const auto *line = static_cast<const snmp_log_message *>(message);
+  logged += std::to_string(line->priority) + " " + line->msg;
+  return 0;
+}
+
+TEST(Log, GoesThroughTheAgentOnceForEachComplaint) {
+  snmp_disable_log();
+  snmp_enable_calllog();
+  snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, take_line, nullptr);
+  zol::Complaint late(LOG_WARNING);
+  for (const char *command : {"uci", "top"}) late.raise("%s is late", command);
+  EXPECT_TRUE(late.over());
+  EXPECT_FALSE(late.over());
+  late.raise("late again");
+  zol::log_line("%d lines", 2);
+  EXPECT_EQ(std::exchange(logged, ""), "4 zolarc: uci is late\n4 zolarc: late again\n3 zolarc: 2 lines\n");
+
+  zol::log_from_this_thread();
+  std::thread([] {
+    for (int i = 0; i < 10; ++i) zol::log_line(LOG_NOTICE, "%d", i);
+  }).join();
+  EXPECT_EQ(std::exchange(logged, ""), "") << "the agent's thread logs it";
+  zol::log_waiting_lines();
+  EXPECT_EQ(logged.substr(0, 24), "5 zolarc: 0\n5 zolarc: 1\n");
+  EXPECT_NE(logged.find("5 zolarc: 7\n4 zolarc: 2 more"), std::string::npos) << logged;
 }
 
 }  // namespace
