@@ -405,6 +405,7 @@ class Agent(Program, Client):
     def __init__(self, device: Device, modules: list[str] | None, *, conf: str, env: dict[str, str] | None,
                  port: int | None, library: bool, program: list[str] | None, detached: bool, enterprise: int):
         Client.__init__(self, port or free_udp_port(), enterprise=enterprise, scratch=device.path)
+        self._mib_folders = f"{_HERE.parent}/share/mibs/base:{device.build}/share/mibs"
         loaded = [BUNDLE] if modules is None else modules
         lines = [f"agentaddress udp:127.0.0.1:{self.port}", "rocommunity public 127.0.0.1",
                  "rwcommunity private 127.0.0.1", "dontLogTCPWrappersConnects yes"]
@@ -439,6 +440,18 @@ class Agent(Program, Client):
         if not self.running():
             raise RuntimeError(f"the agent ended with status {self.process.returncode}")
         return answers(self.port, 0.5)
+
+    def by_name(self, program: str, *arguments: str) -> str:
+        """What a stock client that knows the build's MIB file prints about the objects."""
+        community = "private" if program == "snmpset" else "public"
+        command = [program, "-v2c", "-c", community, "-t", "20", "-r", "0",
+                   "-M", self._mib_folders, "-m", "ZOLARC-MIB", f"udp:127.0.0.1:{self.port}", *arguments]
+        done = subprocess.run(command, capture_output=True, text=True, check=False, env=self.environment)
+        # The client's own folders are new as well.
+        errors = [line for line in done.stderr.splitlines() if not line.startswith("Created directory: ")]
+        if done.returncode != 0 or errors:
+            raise RuntimeError(f"{' '.join(command)}: {errors or done.stdout}")
+        return done.stdout
 
     def hup(self) -> None:
         """Makes it read its configuration again, and waits until it has and answers."""

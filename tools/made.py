@@ -8,7 +8,7 @@ import re
 from collections.abc import Callable
 from pathlib import Path
 
-from tools import commands, mib_file
+from tools import commands, mib_file, whole_tree
 from tools.model import REPOSITORY, Object
 
 
@@ -19,20 +19,22 @@ class Made:
     path: Path
     render: Callable[[list[Object], Path], str]
 
-    def stale(self, objects: list[Object], build: Path) -> str:
+    def difference(self, made: str, objects: list[Object]) -> str:
         """What a test says of the file as it is stored; nothing where it is what it should be."""
-        stored, made = self.path.read_text(), self.render(objects, build)
+        stored = self.path.read_text()
         if stored == made:
             return ""
         names = {name for item in objects for name in (item.name, item.declared_as)}
-        difference = "\n".join(difflib.unified_diff(stored.splitlines(), made.splitlines(), "stored", "made", lineterm="", n=0))
-        return (f"{self.path.relative_to(REPOSITORY)} is stale, run tools/update. It is about:"
-                f" {', '.join(changed_objects(stored, made, names))}\n{difference}")
+        difference = difflib.unified_diff(stored.splitlines(), made.splitlines(), "stored", "now", lineterm="", n=0)
+        about = ", ".join(changed_objects(stored, made, names))
+        return "\n".join([f"{self.path.relative_to(REPOSITORY)}: run tools/update, what it says of {about} is stale",
+                          *difference])
 
 
 MIB = Made(REPOSITORY / "share/mibs/ZOLARC-MIB.txt.in", lambda objects, _: mib_file.render(objects))
 COMMANDS = Made(REPOSITORY / "doc/commands.md", commands.render)
-ALL = [MIB, COMMANDS]
+TREE = Made(REPOSITORY / "tests/system/whole_tree.txt", whole_tree.render)
+ALL = [MIB, COMMANDS, TREE]
 
 
 def changed_objects(stored: str, made: str, names: set[str]) -> list[str]:

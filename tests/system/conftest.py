@@ -91,15 +91,3 @@ def ends_well(agent: Agent) -> None:
     """Stops the agent. A sanitizer that has found a fault in the library answers another status."""
     os.kill(agent.pid, signal.SIGTERM)
     assert agent.wait() == 0, agent.log()
-
-
-def snmp_by_name(program: str, agent: Agent, *arguments: str) -> str:
-    """What a stock client that knows the MIB prints about the objects of an agent."""
-    community = "private" if program == "snmpset" else "public"
-    command = [program, "-v2c", "-c", community, "-t", "20", "-r", "0", "-M", f"{MIB_BASE}:{MIB_FILE.parent}",
-               "-m", "ZOLARC-MIB", f"udp:127.0.0.1:{agent.port}", *arguments]
-    done = subprocess.run(command, capture_output=True, text=True, check=False, env=agent.environment)
-    # The client's own folders are new as well.
-    errors = [line for line in done.stderr.splitlines() if not line.startswith("Created directory: ")]
-    assert (done.returncode, errors) == (0, []), done
-    return done.stdout

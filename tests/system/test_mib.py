@@ -1,4 +1,4 @@
-"""The MIB file: that it is well-formed, and names what an agent answers."""
+"""The MIB file: that it is up to date and well-formed, and names what an agent answers."""
 
 from __future__ import annotations
 
@@ -9,8 +9,10 @@ from pathlib import Path
 
 import pytest
 
-from conftest import MIB_BASE, MIB_FILE, snmp_by_name
+from conftest import MIB_BASE, MIB_FILE
 from testbed.device import Agent
+from tools import made
+from tools.model import load
 
 
 @pytest.fixture
@@ -27,6 +29,12 @@ def smi_tool(tmp_path: Path) -> Callable[..., str]:
     return run
 
 
+def test_is_what_the_declarations_say(build_dir: Path) -> None:
+    objects = load(build_dir / "list-objects")
+    stale = made.MIB.difference(made.MIB.render(objects, build_dir), objects)
+    assert not stale, stale
+
+
 def test_is_flawless_at_the_strictest_level(smi_tool: Callable[..., str]) -> None:
     assert smi_tool("smilint", "-l", "6", "-s") == ""
 
@@ -41,4 +49,4 @@ def test_is_flawless_at_the_strictest_level(smi_tool: Callable[..., str]) -> Non
                                           r" 0:a:52:1b:2c:30 +64 microseconds .*\n 6:a:52:1b:2c:30 .*\n a:a:5.*\n"),
 ])
 def test_objects_go_by_their_names(agent: Agent, program: str, arguments: list[str], pattern: str) -> None:
-    assert re.fullmatch(pattern, snmp_by_name(program, agent, *arguments))
+    assert re.fullmatch(pattern, agent.by_name(program, *arguments))
