@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/net_snmp.hpp"
+#include "core/log.hpp"
 #include "core/text.hpp"
 
 // The file holds one "key=text" line per key; in the text a newline is written "\n" and a backslash "\\".
