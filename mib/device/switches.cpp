@@ -2,44 +2,34 @@
 
 #include <cstring>
 
-#include "core/command.hpp"
+#include "core/option.hpp"
 #include "core/scalar.hpp"
 
 using namespace zol;
 
 namespace {
 
-constexpr int32_t on = 1;
-constexpr int32_t off = 2;
-
 int read_radio(int radio, int32_t *status) {
   *status = on;
-  CommandOutput output("uci show wireless | grep \"wifi%d.disabled=\"", radio);
-  if (!output) return -1;
-  if (output.next_of_at_least(6)) {
-    char disabled[128] = "";
-    copy_field(disabled, output.line(), 1, '=');
-    *status = to_int32(disabled) != 0 ? off : on;
-  }
-  return 0;
+  const auto take = [status](const Value &disabled) { *status = disabled.number().value_or(0) != 0 ? off : on; };
+  return take_first(CommandOutput("uci show wireless | grep \"wifi%d.disabled=\"", radio), take, shortest_line);
 }
 
 int switch_radio(int radio, int32_t status) {
-  shell("uci set wireless.wifi%d.disabled=%d;uci commit wireless", radio, status == on ? 0 : 1);
-  return 0;
+  return store_number({"wireless.wifi%d.disabled", radio}, status == on ? 0 : 1);
 }
 
 /// A port is up when `ifconfig`, which lists what is up, names its VLAN interface.
 int read_port(const char *interface, int32_t *status) {
   *status = off;
-  CommandOutput output("ifconfig | grep '%s'", interface);
+  CommandOutput output("ifconfig | grep '%-s'", interface);
   if (!output) return -1;
   if (output.next() && strstr(output.line(), interface) != nullptr) *status = on;
   return 0;
 }
 
 int switch_port(const char *interface, int32_t status) {
-  shell("ifconfig %s %s", interface, status == on ? "up" : "down");
+  shell("ifconfig %-s %-s", interface, status == on ? "up" : "down");
   return 0;
 }
 

@@ -10,6 +10,7 @@
 
 #include "core/clock.hpp"
 #include "core/command.hpp"
+#include "core/option.hpp"
 #include "core/scalar.hpp"
 #include "mib/device/device.hpp"
 #include "mib/provisioning/provisioning.hpp"

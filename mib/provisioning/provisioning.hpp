@@ -9,13 +9,6 @@
 
 extern "C" {
 
-/// Reads one UCI option with "uci show -q <key>". The text is what stands between the line's first "=" and its next
-/// one; a line is read up to 4095 characters.
-/// @param key the full key, for example "apc.setting.apcLoadFlag" or "vlan.@vlan[0].priority"
-/// @param out 4096 bytes, or one more than the longest text the option can hold; empty without the option
-/// @return 0; -1 when the option is missing or the command cannot be started
-ZOL_EXPORT int services_get_string(const char *key, char *out);
-
 /// Whether a file can be opened for reading. @return 0 when it can, -1 when not
 ZOL_EXPORT int file_exist(const char *path);
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/command.hpp"
+#include "core/option.hpp"
 #include "core/scalar.hpp"
 #include "mib/provisioning/provisioning.hpp"
 
@@ -13,64 +13,29 @@ using namespace zol;
 
 namespace {
 
-constexpr size_t longest_line = 4096;
 constexpr size_t longest_text = 4096;
-
-enum class Found { text, nothing, no_command };
-
-/// `services_get_string`, telling a missing option from a command that cannot be started.
-Found read_option(const char *key, std::span<char> text) {
-  text[0] = '\0';
-  CommandOutput<longest_line> output("uci show -q %s", key);
-  if (!output) return Found::no_command;
-  // The section may be printed under another name than it was asked for; the option's own name tells.
-  const char *dot = strrchr(key, '.');
-  std::array<char, 128> marker{};
-  snprintf(marker.data(), marker.size(), "%s=", dot == nullptr ? key : dot);
-  if (!output.next_without_newline() || strstr(output.line(), marker.data()) == nullptr) return Found::nothing;
-  copy_field(text, output.line(), 1, '=');
-  return Found::text;
-}
-
-/// Reads an option; a missing one reads as an empty text. @return what get_X returns
-int read_text(const char *key, std::span<char> text) { return read_option(key, text) == Found::no_command ? -1 : 0; }
 
 int read_number(const char *key, int32_t *number) {
   std::array<char, 128> text{};
-  const int result = read_text(key, text);
+  const int result = read_option(key, text);
   *number = to_int32(text.data());
   return result;
 }
 
-int store_number(const char *option, int32_t number) {
-  shell("uci set apc.setting.%s=%d;uci commit apc", option, number);
-  return 0;
-}
-
-/// The text stands between single quotes as it is, so one that holds a single quote ends them; it is meant so.
-int store_text(const char *option, const char *text) {
-  shell("uci set apc.setting.%s='%s';uci commit apc", option, text);
-  return 0;
-}
-
 }  // namespace
-
-int services_get_string(const char *key, char *out) {
-  return read_option(key, {out, longest_line}) == Found::text ? 0 : -1;
-}
 
 /// A number kept in the option OPTION of apc.setting.
 #define APC_NUMBER(NAME, OPTION, ...)                                                    \
   ZOL_INTEGER(NAME, __VA_ARGS__);                                                        \
   int get_##NAME(int32_t *number) { return read_number("apc.setting." OPTION, number); } \
-  int set_##NAME(int32_t number) { return store_number(OPTION, number); }                \
+  int set_##NAME(int32_t number) { return store_number("apc.setting." OPTION, number); } \
   static_assert(true)
 
 /// A text of 1 to LONGEST characters kept in the option OPTION of apc.setting.
-#define APC_TEXT(NAME, LONGEST, OPTION, ...)                                                              \
-  ZOL_TEXT(NAME, (LONGEST) + 1, __VA_ARGS__, .accepts = range(1, LONGEST));                               \
-  int get_##NAME(char *text) { return read_text("apc.setting." OPTION, std::span(text, (LONGEST) + 1)); } \
-  int set_##NAME(const char *text) { return store_text(OPTION, text); }                                   \
+#define APC_TEXT(NAME, LONGEST, OPTION, ...)                                                                \
+  ZOL_TEXT(NAME, (LONGEST) + 1, __VA_ARGS__, .accepts = range(1, LONGEST));                                 \
+  int get_##NAME(char *text) { return read_option("apc.setting." OPTION, std::span(text, (LONGEST) + 1)); } \
+  int set_##NAME(const char *text) { return store_text("apc.setting." OPTION, text); }                      \
   static_assert(true)
 
 /// @syntax Integer32
@@ -123,26 +88,17 @@ ZOL_ADDRESS(apc_ipaddr, .oid = {21, 4});
 
 int get_apc_ipaddr(Ipv4 *address) {
   *address = 0;
-  CommandOutput output("uci show apc | grep \"apc.setting.apcSrvIpAddress\"");
-  if (!output) return -1;
-  if (output.find("=") != nullptr) {
-    char text[128] = "";
-    copy_field(text, output.line(), 1, '=');
-    *address = parse_ipv4(text);
-  }
-  return 0;
+  return take_found(CommandOutput("uci show apc | grep \"apc.setting.apcSrvIpAddress\""), "=",
+                    [address](const Value &value) { *address = parse_ipv4(value.text()); });
 }
 
-int set_apc_ipaddr(Ipv4 address) {
-  shell("uci set apc.setting.apcSrvIpAddress=%s;uci commit apc", DottedQuad(address).text());
-  return 0;
-}
+int set_apc_ipaddr(Ipv4 address) { return store_address("apc.setting.apcSrvIpAddress", address); }
 
 // The only text here that may be empty: the script then runs without an argument.
 /// A text that is handed to the provisioning script as its argument; what it does is the script's affair.
 ZOL_TEXT(apc_text, longest_text + 1, .oid = {20, 8, 1, 1}, .accepts = range(0, longest_text));
 
-int get_apc_text(char *text) { return read_text("apc.setting.apc_text", {text, longest_text + 1}); }
+int get_apc_text(char *text) { return read_option("apc.setting.apc_text", {text, longest_text + 1}); }
 
 int set_apc_text(const char *text) {
   shell("/lib/bramo/apc_set_ap %s ", text);

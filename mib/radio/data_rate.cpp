@@ -5,9 +5,8 @@
 #include <cstring>
 #include <iterator>
 
-#include "core/command.hpp"
+#include "core/option.hpp"
 #include "core/scalar.hpp"
-#include "mib/radio/options.hpp"
 #include "mib/radio/radio.hpp"
 
 using namespace zol;
@@ -47,9 +46,10 @@ int get_wlan_datarate(int32_t *rate) {
 }
 
 int set_wlan_datarate(int32_t rate) {
-  if (rate == 0) return store_word(Owner::network, "manrate", "auto");
+  const OptionName manrate("wireless.@wifi-iface[%d].manrate", wlan_index);
+  if (rate == 0) return store_word(manrate, "auto");
   if (rate < 0 || static_cast<size_t>(rate) >= std::size(id_list)) return 0;
   char mask[sizeof "0x00000000"];
   snprintf(mask, sizeof mask, "0x%08x", id_list[rate]);
-  return store_word(Owner::network, "manrate", mask);
+  return store_word(manrate, mask);
 }

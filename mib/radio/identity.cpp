@@ -3,9 +3,8 @@
 #include <array>
 #include <cstring>
 
-#include "core/command.hpp"
+#include "core/option.hpp"
 #include "core/scalar.hpp"
-#include "mib/radio/options.hpp"
 #include "mib/radio/radio.hpp"
 
 using namespace zol;
@@ -18,12 +17,9 @@ constexpr size_t text_size = 65;
 /// @return what get_X returns
 int read_ssid(int index, std::span<char> ssid) {
   copy_text(ssid, "unknown");
-  CommandOutput output("uci show wireless | grep \"iface\\[%d\\].ssid=\"", index);
-  if (!output) return -1;
-  if (output.next()) {
-    if (const char *name = text_after(output.line(), "ssid=")) copy_text(ssid, name);
-  }
-  return 0;
+  return take_first(CommandOutput("uci show wireless | grep \"iface\\[%d\\].ssid=\"", index), [=](const Value &value) {
+    if (const char *name = text_after(value.line(), "ssid=")) copy_text(ssid, name);
+  });
 }
 
 }  // namespace
@@ -129,38 +125,28 @@ ZOL_TEXT(wlan_ssid, text_size, .oid = {3, 1, 4}, .accepts = range(0, 64));
 
 int get_wlan_ssid(char *ssid) { return read_ssid(wlan_index, {ssid, text_size}); }
 
-/// The name stands between quotes as it is: a quote in it breaks the command; it is meant so.
-int set_wlan_ssid(const char *ssid) {
-  shell("uci set wireless.@wifi-iface[%d].ssid='%s';uci commit wireless", wlan_index, ssid);
-  return 0;
-}
+int set_wlan_ssid(const char *ssid) { return store_text({"wireless.@wifi-iface[%d].ssid", wlan_index}, ssid); }
 
 /// The country of operation as its ISO 3166-1 number (option country of the radio); 0 when it is not configured.
 ZOL_INTEGER(wlan_countrycode, .oid = {3, 1, 5}, .accepts = range(0, 887));
 
 int get_wlan_countrycode(int32_t *code) {
-  *code = 0;
-  CommandOutput output("uci show wireless | grep \"wifi%d.country=\"", wlan_index);
-  if (!output) return -1;
-  if (output.next()) *code = number_in(output.line()).value_or(0);
-  return 0;
+  return read_number(CommandOutput("uci show wireless | grep \"wifi%d.country=\"", wlan_index), 0, code);
 }
 
-int set_wlan_countrycode(int32_t code) { return store_number(Owner::radio, "country", code); }
+int set_wlan_countrycode(int32_t code) { return store_number({"wireless.wifi%d.country", wlan_index}, code); }
 
 /// @syntax ZolarcSwitch
 /// Whether the network's name is left out of the beacons (option hidden).
 ZOL_INTEGER(wlan_networkhidden, .oid = {3, 1, 14}, .accepts = range(1, 2));
 
 int get_wlan_networkhidden(int32_t *hidden) {
-  *hidden = 2;
-  CommandOutput output("uci show wireless | grep '\\[%d\\].hidden'", wlan_index);
-  if (!output) return -1;
-  while (output.next_of_at_least(6)) take_flag(output.line(), hidden);
-  return 0;
+  return read_flag(CommandOutput("uci show wireless | grep '\\[%d\\].hidden'", wlan_index), off, hidden, shortest_line);
 }
 
-int set_wlan_networkhidden(int32_t hidden) { return store_number(Owner::network, "hidden", hidden == 1 ? 1 : 0); }
+int set_wlan_networkhidden(int32_t hidden) {
+  return store_number({"wireless.@wifi-iface[%d].hidden", wlan_index}, hidden == 1 ? 1 : 0);
+}
 
 /// Only stored in the agent. Meant for the addresses of stations to be sent away, separated by semicolons; nothing on
 /// the device reads it.

@@ -2,14 +2,21 @@
 
 #include <cstring>
 
-#include "core/command.hpp"
+#include "core/option.hpp"
 #include "core/scalar.hpp"
-#include "mib/radio/options.hpp"
 #include "mib/radio/radio.hpp"
 
 using namespace zol;
 
 namespace {
+
+/// Whose section an option stands in.
+enum class Owner : uint8_t { radio, network };
+
+OptionName name_of(Owner owner, int index, const char *option) {
+  if (owner == Owner::radio) return {"wireless.wifi%d.%s", index, option};
+  return {"wireless.@wifi-iface[%d].%s", index, option};
+}
 
 /// An option that holds a number.
 struct NumberOption {
@@ -29,6 +36,7 @@ constexpr NumberOption rts_size{Owner::network, "rts", "rts="};
 constexpr NumberOption short_guard{Owner::network, "shortgi", ".shortgi=", 1};
 constexpr NumberOption chains{Owner::radio, "chainmask", "chainmask=", 3};
 constexpr NumberOption distance{Owner::radio, "distance", "distance="};
+constexpr NumberOption power{.owner = Owner::radio, .name = "txpower", .marker = nullptr, .zero = "max"};
 
 /// Whether `value`, the text behind a marker, is the word for 0.
 bool is_zero(const NumberOption &option, const char *value) {
@@ -38,12 +46,12 @@ bool is_zero(const NumberOption &option, const char *value) {
 /// Reads an option of any interface, 0 when the command cannot be started. @return what get_X returns
 int read_option(const NumberOption &option, int index, int32_t *number) {
   *number = 0;
-  CommandOutput output("uci show wireless.%s.%s", SectionName(option.owner, index).text(), option.name);
+  CommandOutput output("uci show %-s", name_of(option.owner, index, option.name).text());
   if (!output) return -1;
   *number = option.preset;
   while (const char *found = output.find(option.marker)) {
     if (is_zero(option, found + strlen(option.marker))) continue;
-    *number = number_in(output.line()).value_or(option.preset);
+    *number = Value(output.line()).number().value_or(option.preset);
     break;
   }
   return 0;
@@ -56,8 +64,8 @@ int number_of(const NumberOption &option, int index) {
 }
 
 int store_option(const NumberOption &option, int32_t number) {
-  if (number == 0 && option.zero != nullptr) return store_word(option.owner, option.name, option.zero);
-  return store_number(option.owner, option.name, number);
+  const OptionName name = name_of(option.owner, wlan_index, option.name);
+  return number == 0 && option.zero != nullptr ? store_word(name, option.zero) : store_number(name, number);
 }
 
 }  // namespace
@@ -103,16 +111,11 @@ RADIO_NUMBER(wlan_acktimeoutfixed, distance, .oid = {3, 1, 22}, .accepts = range
 ZOL_INTEGER(wlan_txpower, .oid = {3, 1, 15}, .accepts = range(0, 26));
 
 int get_wlan_txpower(int32_t *dbm) {
-  *dbm = 0;
-  CommandOutput output("uci show wireless.wifi%d.txpower", wlan_index);
-  if (!output) return -1;
-  if (output.next() && strstr(output.line(), "=max") == nullptr) *dbm = number_in(output.line()).value_or(0);
-  return 0;
+  // Its maximum ("max") is no number.
+  return read_number(CommandOutput("uci show wireless.wifi%d.txpower", wlan_index), 0, dbm);
 }
 
-int set_wlan_txpower(int32_t dbm) {
-  return dbm == 0 ? store_word(Owner::radio, "txpower", "max") : store_number(Owner::radio, "txpower", dbm);
-}
+int set_wlan_txpower(int32_t dbm) { return store_option(power, dbm); }
 
 /// @syntax INTEGER { narrow20(20), wide40(40) }
 /// The channel width in MHz (20 when option hwmode of the radio is 11ng20, else 40). A SET makes the mode 11ng20 or
@@ -122,28 +125,27 @@ ZOL_INTEGER(chann_specwidth, .oid = {3, 1, 20}, .accepts = one_of(20, 40));
 int get_chann_specwidth(int32_t *width) {
   *width = 40;
   CommandOutput output("uci show wireless | grep 'wifi%d.hwmode'", wlan_index);
-  if (!output) return -1;
-  if (output.find(".hwmode=11") == nullptr) return 0;
-  char mode[128] = "";
-  scan_word(mode, text_after(output.line(), "="));
-  // "11ng20" narrows the channel; "11ng" alone and the modes of other standards leave it wide.
-  const char *number = text_after(mode, "11ng");
-  if (number == mode + strlen("11ng") && strlen(mode) >= 6) *width = scan_int32(number).value_or(*width);
-  return 0;
+  return take_found(std::move(output), ".hwmode=11", [width](const Value &value) {
+    char mode[128] = "";
+    scan_word(mode, text_after(value.line(), "="));
+    // "11ng20" narrows the channel; "11ng" alone and the modes of other standards leave it wide.
+    const char *number = text_after(mode, "11ng");
+    if (number == mode + strlen("11ng") && strlen(mode) >= 6) *width = scan_int32(number).value_or(*width);
+  });
 }
 
-int set_chann_specwidth(int32_t width) { return store_word(Owner::radio, "hwmode", width == 20 ? "11ng20" : "11ng"); }
+int set_chann_specwidth(int32_t width) {
+  return store_word({"wireless.wifi%d.hwmode", wlan_index}, width == 20 ? "11ng20" : "11ng");
+}
 
 /// @syntax INTEGER { automatic(1), fixed(2) }
 /// Whether the radio finds out the ACK timeout itself or derives it from wlanAcktimeoutfixed (option autoack).
 ZOL_INTEGER(wlan_acktimeoutauto, .oid = {3, 1, 21}, .accepts = range(1, 2));
 
 int get_wlan_acktimeoutauto(int32_t *timeout) {
-  *timeout = 2;
-  CommandOutput output("uci show wireless.wifi%d.autoack", wlan_index);
-  if (!output) return -1;
-  while (output.next()) take_flag(output.line(), timeout);
-  return 0;
+  return read_flag(CommandOutput("uci show wireless.wifi%d.autoack", wlan_index), off, timeout);
 }
 
-int set_wlan_acktimeoutauto(int32_t timeout) { return store_number(Owner::radio, "autoack", timeout == 1 ? 1 : 0); }
+int set_wlan_acktimeoutauto(int32_t timeout) {
+  return store_number({"wireless.wifi%d.autoack", wlan_index}, timeout == on ? 1 : 0);
+}

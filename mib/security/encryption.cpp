@@ -4,7 +4,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "core/command.hpp"
+#include "core/option.hpp"
 #include "core/scalar.hpp"
 #include "mib/security/security.hpp"
 
@@ -36,16 +36,14 @@ constexpr const char *ciphers[] = {"", "+ccmp", "+tkip+ccmp"};
 /// Reads the option's value; empty without one. @return what get_X returns
 int read_encryption(std::span<char> value) {
   value[0] = '\0';
-  CommandOutput output("uci show wireless.@wifi-iface[%d].encryption", security_index);
-  if (!output) return -1;
-  if (output.next_of_at_least(6) && strstr(output.line(), ".encryption") != nullptr) {
-    copy_field(value, output.line(), 1, '=');
-  }
-  return 0;
+  const auto take = [value](const Value &encryption) {
+    if (encryption.in_line_with(".encryption")) copy_text(value, encryption.text());
+  };
+  return take_first(CommandOutput("uci show wireless.@wifi-iface[%d].encryption", security_index), take, shortest_line);
 }
 
 int store_encryption(const Authentication &authentication, int32_t cipher) {
-  shell("uci set wireless.@wifi-iface[%d].encryption=%s%s;uci commit wireless", security_index, authentication.name,
+  shell("uci set wireless.@wifi-iface[%d].encryption=%-s%-s;uci commit wireless", security_index, authentication.name,
         authentication.with_cipher != nullptr ? ciphers[cipher] : "");
   return 0;
 }

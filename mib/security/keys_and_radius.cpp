@@ -1,9 +1,6 @@
 // The keys of the selected network, and its RADIUS servers for authentication and accounting.
 
-#include <cstdio>
-#include <cstring>
-
-#include "core/command.hpp"
+#include "core/option.hpp"
 #include "core/scalar.hpp"
 #include "mib/security/security.hpp"
 
@@ -13,88 +10,64 @@ namespace {
 
 constexpr size_t text_size = 65;
 
-/// What `uci show` prints of an option of the selected network.
-class OptionOutput : public CommandOutput<> {
- public:
-  explicit OptionOutput(const char *option)
-      : CommandOutput("uci show wireless.@wifi-iface[%d].%s", security_index, option) {
-    snprintf(marker_, sizeof marker_, ".%s=", option);
-  }
-
-  /// Tells the line that holds the option.
-  [[nodiscard]] const char *marker() const { return marker_; }
-
- private:
-  char marker_[32];
+/// An option of the selected network, and what tells the line that holds it.
+struct Option {
+  const char *name;
+  const char *marker;
 };
+#define OPTION(NAME) \
+  Option { NAME, "." NAME "=" }
+
+CommandOutput<> show(const Option &option) {
+  return CommandOutput("uci show wireless.@wifi-iface[%d].%-s", security_index, option.name);
+}
+
+OptionName name_of(const Option &option) { return {"wireless.@wifi-iface[%d].%s", security_index, option.name}; }
 
 // The readers answer what get_X returns.
 
 /// The option's first word; a missing or empty option leaves the text as it was.
-int read_text(const char *option, char *text) {
-  OptionOutput output(option);
-  if (!output) return -1;
-  if (const char *found = output.find(output.marker())) scan_word({text, text_size}, found + strlen(output.marker()));
-  return 0;
+int read_text(const Option &option, char *text) {
+  return take_found(show(option), option.marker, [=](const Value &value) {
+    scan_word({text, text_size}, text_after(value.line(), option.marker));
+  });
 }
 
 /// The number in the first line, 0 without the option.
-int read_port(const char *option, int32_t *port) {
+int read_port(const Option &option, int32_t *port) {
   *port = 0;
-  OptionOutput output(option);
-  if (!output) return -1;
-  char field[128] = "";
-  if (output.next() && strstr(output.line(), output.marker()) != nullptr) copy_field(field, output.line(), 1, '=');
-  *port = to_int32(field);
-  return 0;
+  return take_first(show(option), [=](const Value &value) {
+    if (value.in_line_with(option.marker)) *port = value.number().value_or(0);
+  });
 }
 
 /// The address; 0 without the option, and for anything but four octets.
-int read_server(const char *option, Ipv4 *address) {
+int read_server(const Option &option, Ipv4 *address) {
   *address = 0;
-  OptionOutput output(option);
-  if (!output) return -1;
-  char field[128] = "";
-  if (output.find(output.marker()) != nullptr) copy_field(field, output.line(), 1, '=');
-  *address = parse_ipv4(field);
-  return 0;
+  return take_found(show(option), option.marker, [=](const Value &value) { *address = parse_ipv4(value.text()); });
 }
-
-/// The text stands in the command as it is, without quotes: a blank in it ends it, and what the shell reads in it
-/// counts; it is meant so.
-int store_text(const char *option, const char *text) {
-  shell("uci set wireless.@wifi-iface[%d].%s=%s;uci commit wireless", security_index, option, text);
-  return 0;
-}
-
-int store_number(const char *option, int32_t number) {
-  shell("uci set wireless.@wifi-iface[%d].%s=%d;uci commit wireless", security_index, option, number);
-  return 0;
-}
-
-int store_server(const char *option, Ipv4 address) { return store_text(option, DottedQuad(address).text()); }
 
 }  // namespace
 
-/// A text of at most 64 characters without blanks, kept in OPTION; the further arguments are its arcs.
-#define SECURITY_TEXT(NAME, OPTION, ...)                                               \
+/// A text of at most 64 characters without blanks, kept in the option KEY; the further arguments are its arcs.
+#define SECURITY_TEXT(NAME, KEY, ...)                                                  \
   ZOL_TEXT(NAME, text_size, .oid = {__VA_ARGS__}, .accepts = range(0, text_size - 1)); \
-  int get_##NAME(char *text) { return read_text(OPTION, text); }                       \
-  int set_##NAME(const char *text) { return store_text(OPTION, text); }                \
+  int get_##NAME(char *text) { return read_text(OPTION(KEY), text); }                  \
+  int set_##NAME(const char *text) { return store_word(name_of(OPTION(KEY)), text); }  \
   static_assert(true)
 
-/// A UDP port kept in OPTION.
-#define SECURITY_PORT(NAME, OPTION, ...)                               \
-  ZOL_INTEGER(NAME, .oid = {__VA_ARGS__}, .accepts = range(0, 65535)); \
-  int get_##NAME(int32_t *port) { return read_port(OPTION, port); }    \
-  int set_##NAME(int32_t port) { return store_number(OPTION, port); }  \
+/// A UDP port kept in the option KEY.
+#define SECURITY_PORT(NAME, KEY, ...)                                               \
+  ZOL_INTEGER(NAME, .oid = {__VA_ARGS__}, .accepts = range(0, 65535));              \
+  int get_##NAME(int32_t *port) { return read_port(OPTION(KEY), port); }            \
+  int set_##NAME(int32_t port) { return store_number(name_of(OPTION(KEY)), port); } \
   static_assert(true)
 
-/// The address of a server, kept in OPTION.
-#define SECURITY_SERVER(NAME, OPTION, ...)                               \
-  ZOL_ADDRESS(NAME, .oid = {__VA_ARGS__});                               \
-  int get_##NAME(Ipv4 *address) { return read_server(OPTION, address); } \
-  int set_##NAME(Ipv4 address) { return store_server(OPTION, address); } \
+/// The address of a server, kept in the option KEY.
+#define SECURITY_SERVER(NAME, KEY, ...)                                                 \
+  ZOL_ADDRESS(NAME, .oid = {__VA_ARGS__});                                              \
+  int get_##NAME(Ipv4 *address) { return read_server(OPTION(KEY), address); }           \
+  int set_##NAME(Ipv4 address) { return store_address(name_of(OPTION(KEY)), address); } \
   static_assert(true)
 
 /// The first WEP key. Keys are answered in clear: restrict this subtree by a view.
@@ -119,15 +92,13 @@ SECURITY_TEXT(security_key, "key", 6, 9);
 ZOL_INTEGER(security_keyslot, .oid = {6, 3}, .accepts = range(1, 4), .initial = 1);
 
 int get_security_keyslot(int32_t *slot) {
-  OptionOutput output("key");
-  if (!output) return -1;
+  constexpr Option key = OPTION("key");
   // Without the option the slot stays what it was.
-  if (!output.next()) return 0;
-  *slot = strstr(output.line(), output.marker()) != nullptr ? to_int32(text_after(output.line(), "=")) : 1;
-  return 0;
+  return take_first(
+      show(key), [=](const Value &value) { *slot = value.in_line_with(key.marker) ? value.number().value_or(0) : 1; });
 }
 
-int set_security_keyslot(int32_t slot) { return store_number("key", slot); }
+int set_security_keyslot(int32_t slot) { return store_number(name_of(OPTION("key")), slot); }
 
 /// The RADIUS server that authenticates; 0.0.0.0 when there is none.
 SECURITY_SERVER(security_authserver, "auth_server", 6, 10);

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "core/command.hpp"
+#include "core/option.hpp"
 #include "core/scalar.hpp"
 
 using namespace zol;
@@ -29,24 +29,18 @@ ZOL_INTEGER(maclist_enabled, .oid = {12, 2}, .accepts = range(0, 2));
 
 int get_maclist_enabled(int32_t *policy) {
   *policy = 0;
-  CommandOutput output("uci show wireless.@wifi-iface[%d].macpolicy", maclist_index);
-  if (!output) return -1;
-  if (!output.next_of_at_least(6) || strstr(output.line(), ".macpolicy") == nullptr) return 0;
-  char name[128] = "";
-  copy_field(name, output.line(), 1, '=');
-  for (const int32_t known : {1, 2}) {
-    if (strcmp(name, policies[known]) == 0) *policy = known;
-  }
-  return 0;
+  const auto take = [policy](const Value &name) {
+    for (const int32_t known : {1, 2}) {
+      if (name.in_line_with(".macpolicy") && name.is(policies[known])) *policy = known;
+    }
+  };
+  return take_first(CommandOutput("uci show wireless.@wifi-iface[%d].macpolicy", maclist_index), take, shortest_line);
 }
 
 int set_maclist_enabled(int32_t policy) {
-  if (policy == 0) {
-    shell("uci set wireless.@wifi-iface[%d].macpolicy='';uci commit wireless", maclist_index);
-  } else if (policy == 1 || policy == 2) {
-    shell("uci set wireless.@wifi-iface[%d].macpolicy=%s;uci commit wireless", maclist_index, policies[policy]);
-  }
-  return 0;
+  const OptionName option("wireless.@wifi-iface[%d].macpolicy", maclist_index);
+  if (policy == 0) return store_text(option, "");
+  return policy == 1 || policy == 2 ? store_word(option, policies[policy]) : 0;
 }
 
 /// The addresses of the filter, separated by semicolons. A SET replaces the whole list; the addresses are not checked.

@@ -50,7 +50,7 @@ int get_lan_proto(int32_t *protocol) {
 int set_lan_proto(int32_t protocol) {
   // Not committed: the change waits for something else that commits the network; it is meant so.
   const char *word = word_of(lan_protocols, protocol);
-  if (word != nullptr) shell("uci set network.lan.proto=%s", word);
+  if (word != nullptr) shell("uci set network.lan.proto=%-s", word);
   return 0;
 }
 
@@ -64,8 +64,7 @@ int get_wan_proto(int32_t *protocol) {
 
 int set_wan_proto(int32_t protocol) {
   const char *word = word_of(wan_protocols, protocol);
-  if (word != nullptr) shell("uci set network.wan.proto=%s;uci commit network", word);
-  return 0;
+  return word == nullptr ? 0 : store_word("network.wan.proto", word);
 }
 
 // The DNS servers of an interface, separated by ";".
@@ -73,20 +72,18 @@ int set_wan_proto(int32_t protocol) {
 namespace {
 
 int read_dns_servers(LineReader &&output, const char *option, char *servers) {
-  if (!output) return -1;
-  if (output.find(option) != nullptr) take_list(output, servers);
-  return 0;
+  return take_found(std::move(output), option, [servers](const Value &value) { take_list(value, servers); });
 }
 
 int store_dns_servers(const char *option, const char *servers) {
   std::array<char, list_size> list{};
   copy_text(list, servers);
   zol_replace_a_char(list.data(), ';', ' ');
-  shell("uci delete %s", option);
-  shell("uci set %s='%s'", option, list.data());
+  shell("uci delete %-s", option);
+  shell("uci set %-s='%s'", option, list.data());
   // The commit is joined to the list without a separator and so has no effect: the change waits for something else that
   // commits the network. It is meant so.
-  shell("uci set %s='%s'uci commit network", option, list.data());
+  shell("uci set %-s='%s'uci commit network", option, list.data());
   return 0;
 }
 

@@ -13,15 +13,11 @@ using namespace zol::services;
 
 namespace {
 
-/// A number of the first line that holds a value; `preset` without one.
-int read_pool_number(LineReader &&output, uint32_t preset, uint32_t *number) {
-  *number = preset;
-  if (!output) return -1;
-  if (output.find("=") == nullptr) return 0;
-  const Value value(output);
-  const char *digits = value.text();
-  if (const auto scanned = scan_int32(digits)) *number = static_cast<uint32_t>(*scanned);
-  return 0;
+int read_pool_number(LineReader &&output, int32_t preset, uint32_t *number) {
+  int32_t found = preset;
+  const int result = find_number(std::move(output), "=", preset, &found);
+  *number = static_cast<uint32_t>(found);
+  return result;
 }
 
 constexpr Ipv4 host_part = 255;
@@ -29,12 +25,10 @@ constexpr Ipv4 host_part = 255;
 }  // namespace
 
 int get_lan_ip(uint32_t *out) {
-  CommandOutput output("uci show network | grep \"lan.ipaddr\"");
-  if (!output) return -1;
-  if (output.find("=") == nullptr) return 0;
-  const ScannedIpv4 lan = scan_ipv4(Value(output).text());
-  if (lan.octets == 4) *out = lan.address & ~host_part;
-  return 0;
+  return take_found(CommandOutput("uci show network | grep \"lan.ipaddr\""), "=", [out](const Value &value) {
+    const ScannedIpv4 lan = scan_ipv4(value.text());
+    if (lan.octets == 4) *out = lan.address & ~host_part;
+  });
 }
 
 int get_ipstart_number(uint32_t *out) {
@@ -95,15 +89,10 @@ int set_dhcp_ipend(Ipv4 address) {
 ZOL_INTEGER(dhcp_server, .oid = {10, 1}, .accepts = range(on, off));
 
 int get_dhcp_server(int32_t *state) {
-  *state = on;
-  CommandOutput output("uci show dhcp | grep \"lan.ignore\"");
-  if (!output) return -1;
-  while (output.next_of_at_least(shortest_line)) {
-    const Value ignored(output);
-    if (ignored.is("1")) *state = off;
-    if (ignored.is("0")) *state = on;
-  }
-  return 0;
+  int32_t ignored = off;
+  const int result = read_flag(CommandOutput("uci show dhcp | grep \"lan.ignore\""), off, &ignored, shortest_line);
+  *state = ignored == on ? off : on;
+  return result;
 }
 
 int set_dhcp_server(int32_t state) {
@@ -139,6 +128,8 @@ int read_gateway(Ipv4 *gateway) {
   return read_address(CommandOutput("uci show network | grep \"lan.gateway\""), gateway);
 }
 
+constexpr const char *dns_option = "network.lan.dns";
+
 const char *second_word(const char *text) {
   text += strspn(text, " ");
   return text + strcspn(text, " ");
@@ -147,14 +138,11 @@ const char *second_word(const char *text) {
 /// The LAN's list of at most two DNS servers, where 0.0.0.0 keeps the first place free. What it does not hold is left
 /// as it was.
 int read_dns_servers(Ipv4 *primary, Ipv4 *secondary) {
-  CommandOutput output("uci show network | grep \"lan.dns\"");
-  if (!output) return -1;
-  while (output.next_of_at_least(shortest_line)) {
-    const Value list(output);
+  const auto take = [=](const Value &list) {
     take_address(list.text(), primary);
     take_address(second_word(list.text()), secondary);
-  }
-  return 0;
+  };
+  return take_all(CommandOutput("uci show network | grep \"lan.dns\""), take, shortest_line);
 }
 
 int read_primary_dns(Ipv4 *primary) {
@@ -165,11 +153,6 @@ int read_primary_dns(Ipv4 *primary) {
 int read_secondary_dns(Ipv4 *secondary) {
   Ipv4 unused = 0;
   return read_dns_servers(&unused, secondary);
-}
-
-void store_dns_servers(Ipv4 primary, Ipv4 secondary) {
-  shell("uci set network.lan.dns=\"%s %s\";uci commit network", DottedQuad(primary).text(),
-        DottedQuad(secondary).text());
 }
 
 }  // namespace
@@ -211,9 +194,7 @@ int get_dhcp_pridns(Ipv4 *server) {
 int set_dhcp_pridns(Ipv4 server) {
   Ipv4 secondary = 0;
   if (read_secondary_dns(&secondary) != 0) return -1;
-  if (secondary == 0) return store_address("network.lan.dns", server);
-  store_dns_servers(server, secondary);
-  return 0;
+  return secondary == 0 ? store_address(dns_option, server) : store_addresses(dns_option, server, secondary);
 }
 
 /// The second DNS server that clients are told, the second word of network.lan.dns. Read when the agent starts, as
@@ -228,8 +209,7 @@ int get_dhcp_secdns(Ipv4 *server) {
 int set_dhcp_secdns(Ipv4 server) {
   Ipv4 primary = 0;
   if (read_primary_dns(&primary) != 0) return -1;
-  store_dns_servers(primary, server);
-  return 0;
+  return store_addresses(dns_option, primary, server);
 }
 
 // The lease time.
@@ -277,13 +257,10 @@ ZOL_INTEGER(dhcp_leaseperiod, .oid = {10, 8}, .accepts = range(15, 31 * 24 * 60)
 
 int get_dhcp_leaseperiod(int32_t *minutes) {
   *minutes = 720;
-  CommandOutput output("uci show dhcp | grep \"lan.leasetime\"");
-  if (!output) return -1;
-  while (output.next_of_at_least(shortest_line)) {
-    const Value lease(output);
+  const auto take = [minutes](const Value &lease) {
     *minutes = scan_minutes(lease.text(), units_of(lease.text())).value_or(*minutes);
-  }
-  return 0;
+  };
+  return take_all(CommandOutput("uci show dhcp | grep \"lan.leasetime\""), take, shortest_line);
 }
 
 int set_dhcp_leaseperiod(int32_t minutes) {

@@ -48,11 +48,6 @@ int read_community(LineReader &&output, const char *name, char *community) {
   return 0;
 }
 
-int store_community(const char *name, const char *community) {
-  shell("uci set snmpd.main.%s='%s';uci commit snmpd", name, community);
-  return 0;
-}
-
 }  // namespace
 
 /// @syntax ZolarcText (SIZE (0..64))
@@ -64,7 +59,7 @@ int get_ro_community(char *community) {
   return read_community(CommandOutput("uci show snmpd.main.v2read"), "v2read", community);
 }
 
-int set_ro_community(const char *community) { return store_community("v2read", community); }
+int set_ro_community(const char *community) { return store_text("snmpd.main.v2read", community); }
 
 /// @syntax ZolarcText (SIZE (0..64))
 /// The community for writing (snmpd.main.v2write), in force when the agent starts again. Who knows it controls the
@@ -76,7 +71,7 @@ int get_rw_community(char *community) {
   return read_community(CommandOutput("uci show snmpd.main.v2write"), "v2write", community);
 }
 
-int set_rw_community(const char *community) { return store_community("v2write", community); }
+int set_rw_community(const char *community) { return store_text("snmpd.main.v2write", community); }
 
 /// @syntax ZolarcAction
 /// Set to perform(1), the agent answers, ends and starts again, as with applyChange. A GET answers what was set last.

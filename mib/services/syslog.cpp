@@ -11,7 +11,7 @@ using namespace zol::services;
 ZOL_INTEGER(syslog_size, .oid = {15, 1}, .accepts = range(0, 65535));
 
 int get_syslog_size(int32_t *kilobytes) {
-  return read_number(CommandOutput("uci show system | grep log_size"), kilobytes);
+  return read_number(CommandOutput("uci show system | grep log_size"), 0, kilobytes);
 }
 
 int set_syslog_size(int32_t kilobytes) { return store_number("system.@system[0].log_size", kilobytes); }
@@ -26,6 +26,6 @@ int set_syslog_srvip(Ipv4 server) { return store_address("system.@system[0].log_
 /// The UDP port of that server (log_port of the system).
 ZOL_INTEGER(syslog_srvport, .oid = {15, 3}, .accepts = range(0, 65535));
 
-int get_syslog_srvport(int32_t *port) { return read_number(CommandOutput("uci show system | grep log_port"), port); }
+int get_syslog_srvport(int32_t *port) { return read_number(CommandOutput("uci show system | grep log_port"), 0, port); }
 
 int set_syslog_srvport(int32_t port) { return store_number("system.@system[0].log_port", port); }

@@ -89,15 +89,7 @@ int set_ntp_client(int32_t state) {
 ZOL_INTEGER(provide_ntpserver, .oid = {14, 4}, .accepts = range(on, off), .initial = on);
 
 int get_provide_ntpserver(int32_t *state) {
-  *state = off;
-  CommandOutput output("uci show system | grep \"system.ntp.enable_server\"");
-  if (!output) return -1;
-  while (output.next()) {
-    const Value enabled(output);
-    if (enabled.is("1")) *state = on;
-    if (enabled.is("0")) *state = off;
-  }
-  return 0;
+  return read_flag(CommandOutput("uci show system | grep \"system.ntp.enable_server\""), off, state);
 }
 
 int set_provide_ntpserver(int32_t state) {
@@ -112,10 +104,8 @@ ZOL_TEXT(ntpserver_candidates, list_size, .oid = {14, 5}, .accepts = range(1, li
          .prepare = read_first<get_ntpserver_candidates, ntpserver_candidates>);
 
 int get_ntpserver_candidates(char *servers) {
-  CommandOutput<256> output("uci show system.ntp.server");
-  if (!output) return -1;
-  while (output.next_of_at_least(2)) take_list(output, servers);
-  return 0;
+  const auto take = [servers](const Value &value) { take_list(value, servers); };
+  return take_all(CommandOutput<256>("uci show system.ntp.server"), take, 2);
 }
 
 int set_ntpserver_candidates(const char *servers) {

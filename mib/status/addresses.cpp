@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "core/address.hpp"
-#include "core/command.hpp"
+#include "core/option.hpp"
 #include "core/scalar.hpp"
 #include "core/text.hpp"
 #include "mib/status/status.hpp"
@@ -15,41 +15,35 @@ using namespace zol;
 namespace {
 
 /// A line shorter than this, as read, holds no address.
-constexpr size_t shortest_line = 11;
+constexpr size_t shortest_address_line = 11;
 
 /// How an address stands in the line of its option.
-using Parse = Ipv4(const char *line);
+using Parse = Ipv4(const Value &value);
 
 /// The first address of a line "<option>=<address> ...": it begins at the first digit from 1 to 9, so that a leading
 /// zero octet is passed over. Something must stand before it.
-Ipv4 first_address(const char *line) {
-  const size_t start = strcspn(line, "123456789");
-  return start == 0 ? 0 : scan_ipv4(line + start).address;
+Ipv4 first_address(const Value &value) {
+  const size_t start = strcspn(value.line(), "123456789");
+  return start == 0 ? 0 : scan_ipv4(value.line() + start).address;
 }
 
-Ipv4 gateway(const char *line) {
+Ipv4 gateway(const Value &value) {
   // A line about something else is told from no line at all; it is meant so.
-  return strstr(line, "gateway=") == nullptr ? 0x01010101 : first_address(line);
+  return value.in_line_with("gateway=") ? first_address(value) : 0x01010101;
 }
 
 /// The second address of a blank-separated list.
-Ipv4 second_address(const char *line) {
-  std::array<char, 128> list{};
+Ipv4 second_address(const Value &value) {
   std::array<char, 128> second{};
-  copy_field(list, line, 1, '=');
-  copy_field(second, list.data(), 1, ' ');
+  copy_field(second, value.text(), 1, ' ');
   return scan_ipv4(second.data()).address;
 }
 
-Ipv4 plain_address(const char *line) {
-  const char *value = text_after(line, "=");
-  return value == nullptr ? 0 : scan_ipv4(value).address;
-}
+Ipv4 plain_address(const Value &value) { return scan_ipv4(value.text()).address; }
 
 int read_address(LineReader &&output, Parse *parse, Ipv4 *address) {
-  if (!output) return -1;
-  if (output.next_of_at_least(shortest_line)) *address = parse(output.line());
-  return 0;
+  return take_first(
+      std::move(output), [=](const Value &value) { *address = parse(value); }, shortest_address_line);
 }
 
 /// The network whose options a section name such as "br-lan" stands for, or null.
@@ -84,7 +78,7 @@ int get_lan_ip_address(const char *section, const char *key, uint32_t *out) {
     if (strcmp(key, searched) != 0) continue;
     const char *network = network_of(section);
     if (network == nullptr) return 0;
-    return read_address(CommandOutput("uci show network | grep %s.%s=", network, option), parse, out);
+    return read_address(CommandOutput("uci show network | grep %-s.%-s=", network, option), parse, out);
   }
   return read_address(CommandOutput("uci show network.%s.%s", section, key), plain_address, out);
 }

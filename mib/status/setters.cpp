@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "core/address.hpp"
-#include "core/command.hpp"
+#include "core/option.hpp"
 #include "core/text.hpp"
 #include "mib/radio/radio.hpp"
 #include "mib/status/status.hpp"
@@ -90,25 +90,8 @@ void reboot_if(int32_t asked) {
 }
 
 void set_channel(int radio, int32_t channel) {
-  if (channel == 0) {
-    shell("uci set wireless.wifi%d.channel=auto;uci commit wireless", radio);
-  } else {
-    shell("uci set wireless.wifi%d.channel=%d;uci commit wireless", radio, channel);
-  }
-}
-
-void set_network_address(const char *option, Ipv4 address) {
-  shell("uci set network.%s=%s;uci commit network", option, DottedQuad(address).text());
-}
-
-/// UCI keeps both servers as one list.
-void set_dns_servers(Ipv4 first, Ipv4 second) {
-  shell("uci set network.lan.dns=\"%s %s\";uci commit network", DottedQuad(first).text(), DottedQuad(second).text());
-}
-
-/// The name stands between quotes as it is: a quote in it breaks the command; it is meant so.
-void set_ssid(int iface, const char *ssid) {
-  shell("uci set wireless.@wifi-iface[%d].ssid='%s';uci commit wireless", iface, ssid);
+  const OptionName option("wireless.wifi%d.channel", radio);
+  channel == 0 ? store_word(option, "auto") : store_number(option, channel);
 }
 
 /// Whether a second `separator` follows the first.
@@ -145,26 +128,26 @@ STATUS_SETTER(channel2, IntegerSetter, at_most(165), nullptr, [](int32_t channel
 STATUS_SETTER(operation_mode, IntegerSetter, range(0, 4), nullptr, [](int32_t mode) { set_operation_mode(mode, 0); })
 STATUS_SETTER(operation2_mode, IntegerSetter, range(0, 4), nullptr, [](int32_t mode) { set_operation_mode(mode, 1); })
 
-STATUS_SETTER(lan_ip, AddressSetter, [](Ipv4 address) { set_network_address("lan.ipaddr", address); })
-STATUS_SETTER(netmask_ip, AddressSetter, [](Ipv4 address) { set_network_address("lan.netmask", address); })
-STATUS_SETTER(gateway_ip, AddressSetter, [](Ipv4 address) { set_network_address("lan.gateway", address); })
-STATUS_SETTER(wan_ip, AddressSetter, [](Ipv4 address) { set_network_address("wan.ipaddr", address); })
-STATUS_SETTER(netmask2_ip, AddressSetter, [](Ipv4 address) { set_network_address("wan.netmask", address); })
-STATUS_SETTER(gateway2_ip, AddressSetter, [](Ipv4 address) { set_network_address("wan.gateway", address); })
+STATUS_SETTER(lan_ip, AddressSetter, [](Ipv4 address) { store_address("network.lan.ipaddr", address); })
+STATUS_SETTER(netmask_ip, AddressSetter, [](Ipv4 address) { store_address("network.lan.netmask", address); })
+STATUS_SETTER(gateway_ip, AddressSetter, [](Ipv4 address) { store_address("network.lan.gateway", address); })
+STATUS_SETTER(wan_ip, AddressSetter, [](Ipv4 address) { store_address("network.wan.ipaddr", address); })
+STATUS_SETTER(netmask2_ip, AddressSetter, [](Ipv4 address) { store_address("network.wan.netmask", address); })
+STATUS_SETTER(gateway2_ip, AddressSetter, [](Ipv4 address) { store_address("network.wan.gateway", address); })
 
 // Each of these keeps the other server: `dns2` is the one behind a new first, `dns1` the one before a new second. When
 // the other one cannot be read, nothing is run and so nothing lost.
 STATUS_SETTER(pri_dns, AddressSetter, [](Ipv4 address) {
   Ipv4 second = 0;
   if (get_lan_ip_address("br-lan", "dns2", &second) != 0) return;
-  second == 0 ? set_network_address("lan.dns", address) : set_dns_servers(address, second);
+  second == 0 ? store_address("network.lan.dns", address) : store_addresses("network.lan.dns", address, second);
 })
 STATUS_SETTER(sec_dns, AddressSetter, [](Ipv4 address) {
   Ipv4 first = 0;
   if (get_lan_ip_address("br-lan", "dns1", &first) != 0) return;
-  first == 0 ? set_network_address("lan.dns", address) : set_dns_servers(first, address);
+  first == 0 ? store_address("network.lan.dns", address) : store_addresses("network.lan.dns", first, address);
 })
 
-STATUS_SETTER(ssid, TextSetter, 100, [](char *ssid) { set_ssid(0, ssid); })
-STATUS_SETTER(ssid2_name, TextSetter, 100, [](char *ssid) { set_ssid(1, ssid); })
+STATUS_SETTER(ssid, TextSetter, 100, [](char *ssid) { store_text("wireless.@wifi-iface[0].ssid", ssid); })
+STATUS_SETTER(ssid2_name, TextSetter, 100, [](char *ssid) { store_text("wireless.@wifi-iface[1].ssid", ssid); })
 STATUS_SETTER(current_time, TextSetter, 19, set_clock, is_time)

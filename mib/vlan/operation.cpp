@@ -1,6 +1,6 @@
 // VLAN operation as a whole: switching it on (1) and off (2), and making the network take over what was edited.
 
-#include "core/command.hpp"
+#include "core/option.hpp"
 #include "core/scalar.hpp"
 
 using namespace zol;
@@ -10,18 +10,11 @@ using namespace zol;
 ZOL_INTEGER(vlan_enabled, .oid = {22, 1}, .accepts = range(1, 2));
 
 int get_vlan_enabled(int32_t *enabled) {
-  *enabled = 2;
-  CommandOutput<256> output("uci show vlanac.activation.enabled");
-  if (!output) return -1;
-  if (output.find("enabled=1") != nullptr) *enabled = 1;
-  return 0;
+  return read_switch(CommandOutput<256>("uci show vlanac.activation.enabled"), "enabled=1", enabled);
 }
 
 int set_vlan_enabled(int32_t enabled) {
-  if (enabled == 1 || enabled == 2) {
-    shell("uci set vlanac.activation.enabled=%d;uci commit vlanac", enabled == 1 ? 1 : 0);
-  }
-  return 0;
+  return enabled == on || enabled == off ? store_number("vlanac.activation.enabled", enabled == on ? 1 : 0) : 0;
 }
 
 /// @syntax INTEGER { idle(0), perform(1), nothing(2) }

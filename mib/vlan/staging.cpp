@@ -6,8 +6,8 @@
 #include <cstring>
 
 #include "core/command.hpp"
+#include "core/option.hpp"
 #include "core/scalar.hpp"
-#include "mib/provisioning/provisioning.hpp"
 #include "mib/vlan/sections.hpp"
 #include "mib/vlan/vlan.hpp"
 
@@ -31,9 +31,8 @@ bool read_option(const vlan::Kind &kind, int32_t id, const char *option, std::sp
   if (id == 0) return false;
   const vlan::Place place = find_section(kind, id);
   if (!place.found) return false;
-  std::array<char, 64> key{};
-  snprintf(key.data(), key.size(), "%s.@vlan[%d].%s", kind.package, place.section, option);
-  return services_get_string(key.data(), text.data()) == 0;
+  return services_get_string(OptionName("%s.@vlan[%d].%s", kind.package, place.section, option).text(), text.data()) ==
+         0;
 }
 
 /// Answers the priority of the VLAN `id` as it is configured, or the one that is staged for it.

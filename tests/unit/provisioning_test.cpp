@@ -1,6 +1,7 @@
 // The provisioning settings and the reader that other areas share.
 
 #include "mib/provisioning/provisioning.hpp"
+#include "core/option.hpp"
 
 #include <gtest/gtest.h>
 
