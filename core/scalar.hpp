@@ -202,6 +202,21 @@ class TextScalar : public Scalar {
   bool restores_;
 };
 
+// What get_X fills in and set_X takes, by the type of the value X.
+template <class Held>
+using OutputOf = std::remove_extent_t<Held> *;
+template <class Held>
+using InputOf = std::conditional_t<std::is_array_v<Held>, const char *, Held>;
+
+template <class Number>
+void hand_out(Number held, Number *value) {
+  *value = held;
+}
+template <size_t size>
+void hand_out(const char (&held)[size], char *value) {
+  copy_text({value, size}, held);
+}
+
 /// The agent's row of an object with `arcs` arcs of its own.
 template <uint8_t arcs>
 using Row = std::conditional_t<arcs == 1, variable2, variable3>;
@@ -272,13 +287,17 @@ constexpr Row<arcs> make_row(const ObjectInfo &info, FindMethod *find) {
   ZOL_TEXT_GETTER_(NAME, CAPACITY, "", __VA_ARGS__) \
   ZOL_FRAME_(NAME, zol::TextScalar, ASN_OCTET_STR, nullptr, NAME, {}, get_##NAME, nullptr)
 
+/// get_X of an object that hands out what it holds: no command is run.
+#define ZOL_HELD(NAME)                                  \
+  int get_##NAME(zol::OutputOf<decltype(NAME)> value) { \
+    zol::hand_out(NAME, value);                         \
+    return 0;                                           \
+  }
+
 /// get_X and set_X of an object that is only stored: no command is run in either direction.
-#define ZOL_STORED_NUMBER(NAME)    \
-  int get_##NAME(int32_t *value) { \
-    *value = NAME;                 \
-    return 0;                      \
-  }                                \
-  int set_##NAME(int32_t) { return 0; }
+#define ZOL_STORED(NAME) \
+  ZOL_HELD(NAME)         \
+  int set_##NAME(zol::InputOf<decltype(NAME)>) { return 0; }
 
 // The pieces of the above.
 

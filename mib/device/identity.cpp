@@ -93,8 +93,8 @@ int get_fw_version(char *version) {
 
 /// The longitude that a manager has noted for the device; only stored, and lost when the agent ends.
 ZOL_INTEGER(stats_longtitude, .oid = {2, 11}, .accepts = range(-1000, 1000));
-ZOL_STORED_NUMBER(stats_longtitude)
+ZOL_STORED(stats_longtitude)
 
 /// The latitude that a manager has noted for the device; only stored, and lost when the agent ends.
 ZOL_INTEGER(stats_latitude, .oid = {2, 12}, .accepts = range(-1000, 1000));
-ZOL_STORED_NUMBER(stats_latitude)
+ZOL_STORED(stats_latitude)

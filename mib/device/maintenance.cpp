@@ -14,10 +14,7 @@ using namespace zol;
 /// rootfs_data). A GET answers what was set last.
 ZOL_INTEGER(reset_ap, .oid = {1, 2}, .accepts = range(0, 1));
 
-int get_reset_ap(int32_t *value) {
-  *value = reset_ap;
-  return 0;
-}
+ZOL_HELD(reset_ap)
 
 int set_reset_ap(int32_t value) {
   // Erases the writable overlay, which holds the whole configuration, and reboots.

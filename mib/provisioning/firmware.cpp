@@ -146,10 +146,7 @@ int num_days(const char *date) {
 /// minutes: give the request a long timeout and no retries. A GET answers what was set last.
 ZOL_INTEGER(apc_download, .oid = {21, 12}, .accepts = range(0, 1));
 
-int get_apc_download(int32_t *value) {
-  *value = apc_download;
-  return 0;
-}
+ZOL_HELD(apc_download)
 
 int set_apc_download(int32_t value) {
   const int32_t load_flag = Setting("apc.setting.apcLoadFlag").number();
@@ -190,10 +187,7 @@ int set_apc_download(int32_t value) {
 /// device reboots. Else only a line goes to /etc/log_pnar.txt. A GET answers what was set last.
 ZOL_INTEGER(apc_confirm, .oid = {21, 13}, .accepts = range(0, 1));
 
-int get_apc_confirm(int32_t *value) {
-  *value = apc_confirm;
-  return 0;
-}
+ZOL_HELD(apc_confirm)
 
 int set_apc_confirm(int32_t) {
   const Stamp stamp = stamp_now();

@@ -63,7 +63,7 @@ ZOL_TABLE(client_bandwidth, var_client_bandwidth, rows, columns, {}, .entry = {1
 /// Selects the row. Only stored. Unlike elsewhere, select by a request of its own: whether the row has a client is
 /// looked at before a request takes effect.
 ZOL_INTEGER(bandwidth_index, .oid = {13, 5, 1, 1}, .accepts = range(1, rows), .initial = 1);
-ZOL_STORED_NUMBER(bandwidth_index)
+ZOL_STORED(bandwidth_index)
 
 namespace {
 

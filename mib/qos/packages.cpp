@@ -96,7 +96,7 @@ ZOL_TABLE(
 
 /// Selects the package, a row of bandwidthPackageTable. Only stored.
 ZOL_INTEGER(bwidthpkg_index, .oid = {13, 7, 1, 1}, .accepts = range(1, 4), .initial = 1);
-ZOL_STORED_NUMBER(bwidthpkg_index)
+ZOL_STORED(bwidthpkg_index)
 
 namespace {
 

@@ -28,7 +28,7 @@ int read_ssid(int index, std::span<char> ssid) {
 /// Selects the wireless interface that the other objects here read and write: number N stands for section
 /// wireless.@wifi-iface[N], for radio wireless.wifiN and for kernel interface athN alike. Only stored.
 ZOL_INTEGER(wlan_index, .oid = {3, 1, 1}, .accepts = range(0, 15));
-ZOL_STORED_NUMBER(wlan_index)
+ZOL_STORED(wlan_index)
 
 int get_operation_mode(int index) {
   CommandOutput output("uci show wireless | grep \"wifi-iface\\[%d\\]\"", index);
@@ -152,9 +152,4 @@ int set_wlan_networkhidden(int32_t hidden) {
 /// the device reads it.
 ZOL_TEXT(wlan_kickclientmaclist, text_size, .oid = {3, 1, 19}, .accepts = range(0, 64));
 
-int get_wlan_kickclientmaclist(char *list) {
-  copy_text({list, text_size}, wlan_kickclientmaclist);
-  return 0;
-}
-
-int set_wlan_kickclientmaclist(const char *) { return 0; }
+ZOL_STORED(wlan_kickclientmaclist)

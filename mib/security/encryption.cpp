@@ -58,7 +58,7 @@ bool is(const Authentication &authentication, const char *value) {
 // A new index counts from the next GET or SET of any other security object on.
 /// Selects the section wireless.@wifi-iface[N] that the other objects here read and write. Only stored.
 ZOL_INTEGER(security_index, .oid = {6, 1}, .accepts = range(0, 15));
-ZOL_STORED_NUMBER(security_index)
+ZOL_STORED(security_index)
 
 /// @syntax INTEGER { none(0), wepOpen(1), wepShared(2), psk(3), psk2(4), pskMixed(5), wpa(6), wpa2(7) }
 /// The authentication (option encryption): none, WEP with open or shared key, a pre-shared key of WPA, WPA2 or both, or

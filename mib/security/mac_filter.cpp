@@ -20,7 +20,7 @@ constexpr const char *policies[] = {"", "allow", "deny"};
 
 /// Selects the section wireless.@wifi-iface[N] that the other objects here read and write. Only stored.
 ZOL_INTEGER(maclist_index, .oid = {12, 1}, .accepts = range(0, 15));
-ZOL_STORED_NUMBER(maclist_index)
+ZOL_STORED(maclist_index)
 
 /// @syntax INTEGER { off(0), allow(1), deny(2) }
 /// The policy: no filter, only the stations of the list are let in, or those are kept out (option macpolicy). In force

@@ -164,10 +164,7 @@ int read_secondary_dns(Ipv4 *secondary) {
 ZOL_ADDRESS(dhcp_netmaskip, .oid = {10, 4}, .prepare = must_read_first<read_netmask, dhcp_netmaskip>,
             .prints_token = true);
 
-int get_dhcp_netmaskip(Ipv4 *netmask) {
-  *netmask = dhcp_netmaskip;
-  return 0;
-}
+ZOL_HELD(dhcp_netmaskip)
 
 int set_dhcp_netmaskip(Ipv4 netmask) { return store_address("dhcp.lan.netmask", netmask); }
 
@@ -175,10 +172,7 @@ int set_dhcp_netmaskip(Ipv4 netmask) { return store_address("dhcp.lan.netmask", 
 ZOL_ADDRESS(dhcp_gatewayip, .oid = {10, 5}, .prepare = must_read_first<read_gateway, dhcp_gatewayip>,
             .prints_token = true);
 
-int get_dhcp_gatewayip(Ipv4 *gateway) {
-  *gateway = dhcp_gatewayip;
-  return 0;
-}
+ZOL_HELD(dhcp_gatewayip)
 
 int set_dhcp_gatewayip(Ipv4 gateway) { return store_address("network.lan.gateway", gateway); }
 
@@ -186,10 +180,7 @@ int set_dhcp_gatewayip(Ipv4 gateway) { return store_address("network.lan.gateway
 /// dhcpNetmaskip.
 ZOL_ADDRESS(dhcp_pridns, .oid = {10, 6}, .prepare = must_read_first<read_primary_dns, dhcp_pridns>);
 
-int get_dhcp_pridns(Ipv4 *server) {
-  *server = dhcp_pridns;
-  return 0;
-}
+ZOL_HELD(dhcp_pridns)
 
 int set_dhcp_pridns(Ipv4 server) {
   Ipv4 secondary = 0;
@@ -201,10 +192,7 @@ int set_dhcp_pridns(Ipv4 server) {
 /// dhcpNetmaskip.
 ZOL_ADDRESS(dhcp_secdns, .oid = {10, 7}, .prepare = must_read_first<read_secondary_dns, dhcp_secdns>);
 
-int get_dhcp_secdns(Ipv4 *server) {
-  *server = dhcp_secdns;
-  return 0;
-}
+ZOL_HELD(dhcp_secdns)
 
 int set_dhcp_secdns(Ipv4 server) {
   Ipv4 primary = 0;

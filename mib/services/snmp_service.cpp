@@ -77,10 +77,7 @@ int set_rw_community(const char *community) { return store_text("snmpd.main.v2wr
 /// Set to perform(1), the agent answers, ends and starts again, as with applyChange. A GET answers what was set last.
 ZOL_INTEGER(snmp_restart, .oid = {17, 4}, .accepts = range(0, 1));
 
-int get_snmp_restart(int32_t *value) {
-  *value = snmp_restart;
-  return 0;
-}
+ZOL_HELD(snmp_restart)
 
 int set_snmp_restart(int32_t value) {
   // The agent ends; whatever supervises it brings it up again.

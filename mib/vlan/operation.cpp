@@ -22,10 +22,7 @@ int set_vlan_enabled(int32_t enabled) {
 /// lose its connection for some seconds. A GET answers what was set last.
 ZOL_INTEGER(vlan_applied, .oid = {22, 6}, .accepts = range(0, 2));
 
-int get_vlan_applied(int32_t *value) {
-  *value = vlan_applied;
-  return 0;
-}
+ZOL_HELD(vlan_applied)
 
 int set_vlan_applied(int32_t value) {
   if (value != 1) return 0;

@@ -63,12 +63,12 @@ int read_flags(const vlan::Kind &kind, int32_t id, const char *staged, std::span
 /// @syntax Integer32 (0..4094)
 /// Its VLAN id; 0 until it was set for the first time, which leaves the managed VLAN out of the actions.
 ZOL_INTEGER(vlan_id, .oid = {22, 2, 1}, .accepts = range(1, 4094));
-ZOL_STORED_NUMBER(vlan_id)
+ZOL_STORED(vlan_id)
 
 /// @syntax INTEGER { unset(0), used(1), unused(2) }
 /// Whether it is in use.
 ZOL_INTEGER(vlan_managed, .oid = {22, 2, 2}, .accepts = range(1, 2));
-ZOL_STORED_NUMBER(vlan_managed)
+ZOL_STORED(vlan_managed)
 
 /// Its priority (IEEE 802.1p). A GET answers that of the configured VLAN with the staged id, or what is staged when
 /// there is none.
@@ -79,23 +79,15 @@ int set_vlan_priority(int32_t) { return 0; }
 /// @syntax INTEGER { unset(0), enabled(1), disabled(2) }
 /// Whether the device gets its address in it by DHCP.
 ZOL_INTEGER(vlan_dhcpc, .oid = {22, 2, 4}, .accepts = range(1, 2));
-ZOL_STORED_NUMBER(vlan_dhcpc)
+ZOL_STORED(vlan_dhcpc)
 
 /// The device's address in it.
 ZOL_ADDRESS(vlan_ipaddr, .oid = {22, 2, 5});
-int get_vlan_ipaddr(Ipv4 *address) {
-  *address = vlan_ipaddr;
-  return 0;
-}
-int set_vlan_ipaddr(Ipv4) { return 0; }
+ZOL_STORED(vlan_ipaddr)
 
 /// The netmask in it.
 ZOL_ADDRESS(vlan_netmask, .oid = {22, 2, 6});
-int get_vlan_netmask(Ipv4 *netmask) {
-  *netmask = vlan_netmask;
-  return 0;
-}
-int set_vlan_netmask(Ipv4) { return 0; }
+ZOL_STORED(vlan_netmask)
 
 /// @syntax ZolarcText (SIZE (0..66))
 /// The wireless interfaces that it is bridged to: 32 flags, 0 or 1, separated by semicolons. A GET answers those of the
@@ -111,7 +103,7 @@ int set_vlan_wifibridge(const char *) { return 0; }
 /// @syntax INTEGER { unset(0), wireless(1), ethernet(2) }
 /// On which side frames are tagged.
 ZOL_INTEGER(vlan_wifitagging, .oid = {22, 2, 8}, .accepts = range(1, 2));
-ZOL_STORED_NUMBER(vlan_wifitagging)
+ZOL_STORED(vlan_wifitagging)
 
 /// @syntax ZolarcText (SIZE (0..65))
 /// A description of it.
@@ -129,7 +121,7 @@ int set_vlan_desc(const char *) { return 0; }
 /// @syntax Integer32 (0..4094)
 /// Its VLAN id; 0 until it was set for the first time, which leaves the trunk VLAN out of the actions.
 ZOL_INTEGER(vlantrunk_id, .oid = {22, 3, 1}, .accepts = range(1, 4094));
-ZOL_STORED_NUMBER(vlantrunk_id)
+ZOL_STORED(vlantrunk_id)
 
 /// Its priority, as vlanPriority.
 ZOL_INTEGER(vlantrunk_priority, .oid = {22, 3, 2}, .accepts = range(0, 7), .staged = true);
@@ -232,10 +224,7 @@ void delete_section(const vlan::Kind &kind, int32_t id) {
 /// id is not 0: the section with that id is changed, or one is added. A GET answers what was set last.
 ZOL_INTEGER(vlan_addoredit, .oid = {22, 4}, .accepts = range(0, 2));
 
-int get_vlan_addoredit(int32_t *value) {
-  *value = vlan_addoredit;
-  return 0;
-}
+ZOL_HELD(vlan_addoredit)
 
 int set_vlan_addoredit(int32_t value) {
   if (value != 1) return 0;
@@ -248,10 +237,7 @@ int set_vlan_addoredit(int32_t value) {
 /// Set to perform(1), the sections that carry the staged ids are deleted. A GET answers what was set last.
 ZOL_INTEGER(vlan_delete, .oid = {22, 5}, .accepts = range(0, 2));
 
-int get_vlan_delete(int32_t *value) {
-  *value = vlan_delete;
-  return 0;
-}
+ZOL_HELD(vlan_delete)
 
 int set_vlan_delete(int32_t value) {
   if (value != 1) return 0;
