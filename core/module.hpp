@@ -157,13 +157,6 @@ uint32_t address_at(const unsigned char *octets);
 /// RESERVE1 of an integer: 7 for a wrong type, 8 for a length of 5 or more, 0 otherwise.
 int check_integer(unsigned char type, size_t length);
 
-/// The phases of a SET in which anything happens.
-namespace phase {
-constexpr int reserve1 = 0;
-constexpr int action = 2;
-constexpr int undo = 5;
-}  // namespace phase
-
 }  // namespace zol
 
 /// Enters a module into the registry. `NAME` is only a part of the entry's own name.

@@ -18,6 +18,7 @@
 
 #include "core/address.hpp"
 #include "core/module.hpp"
+#include "core/set_phases.hpp"
 #include "core/text.hpp"
 
 namespace zol {
@@ -111,95 +112,69 @@ class Scalar {
 };
 
 /// INTEGER: a 32-bit number, kept in the object's own global.
-class IntegerScalar : public Scalar {
+class IntegerScalar : public Scalar, public IntegerSetter {
  public:
   constexpr IntegerScalar(const ObjectInfo &info, const IntegerSpec &spec, const ScalarFunctions &functions,
                           int32_t *value, int (*get)(int32_t *), int (*set)(int32_t))
       : Scalar(info, functions, spec.row_arcs, spec.prepare),
-        value_(value),
+        IntegerSetter(info.accepts, value, set, spec.settable),
         get_(get),
-        set_(set),
-        settable_(spec.settable),
         staged_(spec.staged) {}
 
   unsigned char *find(variable *row, oid *name, size_t *length, int exact, size_t *value_length,
                       WriteMethod **write_method);
-  int write(int action, const unsigned char *value, unsigned char type, size_t length);
-  void preset(const char *text) { *value_ = to_int32(text); }
+  void preset(const char *text) { *value() = to_int32(text); }
 
  private:
-  int32_t *value_;
   int (*get_)(int32_t *);
-  int (*set_)(int32_t);
-  bool (*settable_)();
   bool staged_;
-  int32_t pending_ = 0;
-  int32_t before_ = 0;
   /// What the agent is pointed at, so that it never points into the global.
   int32_t answer_ = 0;
 };
 
 /// IpAddress: the global holds the first octet in its top byte, the agent gets network byte order.
-class AddressScalar : public Scalar {
+class AddressScalar : public Scalar, public AddressSetter {
  public:
   constexpr AddressScalar(const ObjectInfo &info, const AddressSpec &spec, const ScalarFunctions &functions,
                           Ipv4 *value, int (*get)(Ipv4 *), int (*set)(Ipv4))
       : Scalar(info, functions, spec.row_arcs, spec.prepare),
-        value_(value),
+        AddressSetter(value, set),
         get_(get),
-        set_(set),
         prints_token_(spec.prints_token) {}
 
   unsigned char *find(variable *row, oid *name, size_t *length, int exact, size_t *value_length,
                       WriteMethod **write_method);
-  int write(int action, const unsigned char *value, unsigned char type, size_t length);
   /// Keeps only the leading number of a dotted address; it is meant so.
   void preset(const char *text);
 
  private:
-  Ipv4 *value_;
   int (*get_)(Ipv4 *);
-  int (*set_)(Ipv4);
   bool prints_token_;
-  Ipv4 before_ = 0;
   Ipv4 answer_ = 0;
 };
 
 /// OCTET STRING: a text in a character array of fixed size, or octets of a fixed length.
-class TextScalar : public Scalar {
+class TextScalar : public Scalar, public TextSetter {
  public:
   constexpr TextScalar(const ObjectInfo &info, const TextSpec &spec, const ScalarFunctions &functions,
                        std::span<char> value, std::span<char> before, int (*get)(char *), int (*set)(const char *))
       : Scalar(info, functions, spec.row_arcs, spec.prepare),
-        value_(value),
-        before_(before),
+        TextSetter(info.accepts, value, spec.restores ? before : std::span<char>(), set, spec.check),
         answer_(spec.answer.empty() ? value : spec.answer),
         get_(get),
-        set_(set),
-        check_(spec.check),
         measure_(spec.measure),
-        fixed_length_(spec.fixed_length),
-        restores_(spec.restores) {}
+        fixed_length_(spec.fixed_length) {}
 
   unsigned char *find(variable *row, oid *name, size_t *length, int exact, size_t *value_length,
                       WriteMethod **write_method);
-  int write(int action, const unsigned char *value, unsigned char type, size_t length);
-  void preset(const char *text) { preset_text(value_.data(), value_.size() - 1, text); }
+  void preset(const char *text) { preset_text(value().data(), value().size() - 1, text); }
 
  private:
-  [[nodiscard]] int check(const unsigned char *value, size_t length) const;
-
-  std::span<char> value_;
-  /// As large as `value_`; empty for an object that is never set.
-  std::span<char> before_;
   /// What the agent is pointed at.
   std::span<char> answer_;
   int (*get_)(char *);
-  int (*set_)(const char *);
-  int (*check_)(const unsigned char *, size_t);
   size_t (*measure_)();
   size_t fixed_length_;
-  bool restores_;
 };
 
 // What get_X fills in and set_X takes, by the type of the value X.

@@ -1,12 +1,10 @@
-// The write methods of the status module. They come in three shapes, one per type; a setter is its shape with what it
-// accepts and what it does.
+// The write methods of the status module.
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 
-#include "core/address.hpp"
 #include "core/option.hpp"
+#include "core/set_phases.hpp"
 #include "core/text.hpp"
 #include "mib/radio/radio.hpp"
 #include "mib/status/status.hpp"
@@ -15,83 +13,41 @@ using namespace zol;
 
 namespace {
 
-struct IntegerSetter {
-  int write(int action, const unsigned char *value, unsigned char type, size_t length) {
-    switch (action) {
-      case phase::reserve1:
-        if (const int refusal = check_integer(type, length)) return refusal;
-        requested = integer_at(value, length);
-        return accepts(requested) ? SNMP_ERR_NOERROR : SNMP_ERR_WRONGVALUE;
-      case phase::action:
-        if (stored != nullptr) {
-          before = *stored;
-          *stored = requested;
-        }
-        if (apply != nullptr) apply(requested);
-        break;
-      case phase::undo:
-        if (stored != nullptr) *stored = before;
-        break;
-      default:
-        break;
-    }
-    return SNMP_ERR_NOERROR;
-  }
+// What is accepted of a number has no lower bound: negative ones pass; it is meant so.
+constexpr Accepts up_to_one = range(INT32_MIN, 1);
+constexpr Accepts channels = range(INT32_MIN, 165);
+constexpr Accepts modes = range(0, 4);
+constexpr size_t longest_text = 100;
+constexpr Accepts text_lengths = range(0, longest_text);
 
-  Accepts accepts;
-  /// The value that UNDO restores, or null.
-  int32_t *stored = nullptr;
-  void (*apply)(int32_t value) = nullptr;
-  int32_t requested = 0;
-  int32_t before = 0;
-};
+// What nothing answers is kept here and nowhere looked at.
+int32_t unused_number;
+Ipv4 unused_address;
+char unused_text[longest_text + 1];
 
-/// The length is not checked: the agent drops a request in which an address has not four octets.
-struct AddressSetter {
-  int write(int action, const unsigned char *value, unsigned char type, size_t) const {
-    if (action == phase::reserve1 && type != ASN_IPADDRESS) return SNMP_ERR_WRONGTYPE;
-    if (action == phase::action) apply(address_at(value));
-    return SNMP_ERR_NOERROR;
-  }
-
-  void (*apply)(Ipv4 address);
-};
-
-struct TextSetter {
-  static constexpr size_t longest = 100;
-  using Text = std::array<char, longest + 1>;
-
-  int write(int action, const unsigned char *value, unsigned char type, size_t length) const {
-    if (action == phase::reserve1) {
-      if (type != ASN_OCTET_STR) return SNMP_ERR_WRONGTYPE;
-      if (length > most) return SNMP_ERR_WRONGLENGTH;
-      if (is_well_formed != nullptr && !is_well_formed(text_of(value, length).data())) return SNMP_ERR_WRONGVALUE;
-    }
-    if (action == phase::action) apply(text_of(value, length).data());
-    return SNMP_ERR_NOERROR;
-  }
-
-  static Text text_of(const unsigned char *value, size_t length) {
-    Text text{};
-    std::copy_n(value, std::min(length, longest), text.begin());
-    return text;
-  }
-
-  size_t most;
-  void (*apply)(char *text);
-  bool (*is_well_formed)(const char *text) = nullptr;
-};
-
-/// No lower bound: negative numbers pass; it is meant so.
-constexpr Accepts at_most(int32_t high) { return range(INT32_MIN, high); }
-
-void reboot_if(int32_t asked) {
+int reboot_if(int32_t asked) {
   if (asked == 1) shell("reboot");
+  return 0;
 }
 
-void set_channel(int radio, int32_t channel) {
+int set_channel(int radio, int32_t channel) {
   const OptionName option("wireless.wifi%d.channel", radio);
-  channel == 0 ? store_word(option, "auto") : store_number(option, channel);
+  return channel == 0 ? store_word(option, "auto") : store_number(option, channel);
+}
+
+// Each of these keeps the other server: `dns2` is the one behind a new first, `dns1` the one before a new second. When
+// the other one cannot be read, nothing is run and so nothing lost.
+
+int set_first_dns(Ipv4 first) {
+  Ipv4 second = 0;
+  if (get_lan_ip_address("br-lan", "dns2", &second) != 0) return -1;
+  return second == 0 ? store_address("network.lan.dns", first) : store_addresses("network.lan.dns", first, second);
+}
+
+int set_second_dns(Ipv4 second) {
+  Ipv4 first = 0;
+  if (get_lan_ip_address("br-lan", "dns1", &first) != 0) return -1;
+  return first == 0 ? store_address("network.lan.dns", second) : store_addresses("network.lan.dns", first, second);
 }
 
 /// Whether a second `separator` follows the first.
@@ -100,54 +56,64 @@ bool holds_two(const char *text, char separator) {
   return first != nullptr && strchr(first + 1, separator) != nullptr;
 }
 
-bool is_time(const char *text) { return holds_two(text, '/') && holds_two(text, ':'); }
+constexpr size_t longest_time = sizeof "YYYY/MM/DD hh:mm:ss" - 1;
+
+int check_time(const unsigned char *bytes, size_t length) {
+  if (length > longest_time) return SNMP_ERR_WRONGLENGTH;
+  char time[longest_time + 1] = "";
+  std::copy_n(bytes, length, time);
+  return holds_two(time, '/') && holds_two(time, ':') ? SNMP_ERR_NOERROR : SNMP_ERR_WRONGVALUE;
+}
 
 /// `date` takes a date with dashes.
-void set_clock(char *text) {
-  zol_replace_a_char(text, '/', '-');
-  shell("date --set='%s'", text);
+int set_clock(const char *time) {
+  char date[sizeof unused_text];
+  copy_text(date, time);
+  zol_replace_a_char(date, '/', '-');
+  shell("date --set='%s'", date);
+  return 0;
 }
 
 }  // namespace
 
-#define STATUS_SETTER(NAME, SHAPE, ...)                                                                         \
-  namespace {                                                                                                   \
-  constinit SHAPE NAME##_setter{__VA_ARGS__};                                                                   \
-  }                                                                                                             \
-  int write_##NAME(int action, unsigned char *value, unsigned char type, size_t length, unsigned char *, oid *, \
-                   size_t) {                                                                                    \
-    return NAME##_setter.write(action, value, type, length);                                                    \
+// A setter: its shape, and the arguments of that.
+#define STATUS_SETTER(NAME, SHAPE, ...)                                                                        \
+  namespace {                                                                                                  \
+  constinit SHAPE NAME##_setter(__VA_ARGS__);                                                                  \
+  }                                                                                                            \
+  int write_##NAME(int phase, unsigned char *bytes, unsigned char type, size_t length, unsigned char *, oid *, \
+                   size_t) {                                                                                   \
+    return NAME##_setter.write(phase, bytes, type, length);                                                    \
   }
 
 STATUS_SETTER(reboot_device, IntegerSetter, reboot_device_accepts, &reboot_device, reboot_if)
-STATUS_SETTER(snmp_status, IntegerSetter, at_most(1), &snmp_status)
-STATUS_SETTER(snmp_trap, IntegerSetter, at_most(1), &snmp_trap)
+STATUS_SETTER(snmp_status, IntegerSetter, up_to_one, &snmp_status, [](int32_t) { return 0; })
+STATUS_SETTER(snmp_trap, IntegerSetter, up_to_one, &snmp_trap, [](int32_t) { return 0; })
 
-STATUS_SETTER(channel, IntegerSetter, at_most(165), nullptr, [](int32_t channel) { set_channel(0, channel); })
-STATUS_SETTER(channel2, IntegerSetter, at_most(165), nullptr, [](int32_t channel) { set_channel(1, channel); })
-STATUS_SETTER(operation_mode, IntegerSetter, range(0, 4), nullptr, [](int32_t mode) { set_operation_mode(mode, 0); })
-STATUS_SETTER(operation2_mode, IntegerSetter, range(0, 4), nullptr, [](int32_t mode) { set_operation_mode(mode, 1); })
+STATUS_SETTER(channel, IntegerSetter, channels, &unused_number, [](int32_t channel) { return set_channel(0, channel); })
+STATUS_SETTER(channel2, IntegerSetter, channels, &unused_number,
+              [](int32_t channel) { return set_channel(1, channel); })
+STATUS_SETTER(operation_mode, IntegerSetter, modes, &unused_number,
+              [](int32_t mode) { return set_operation_mode(mode, 0); })
+STATUS_SETTER(operation2_mode, IntegerSetter, modes, &unused_number,
+              [](int32_t mode) { return set_operation_mode(mode, 1); })
 
-STATUS_SETTER(lan_ip, AddressSetter, [](Ipv4 address) { store_address("network.lan.ipaddr", address); })
-STATUS_SETTER(netmask_ip, AddressSetter, [](Ipv4 address) { store_address("network.lan.netmask", address); })
-STATUS_SETTER(gateway_ip, AddressSetter, [](Ipv4 address) { store_address("network.lan.gateway", address); })
-STATUS_SETTER(wan_ip, AddressSetter, [](Ipv4 address) { store_address("network.wan.ipaddr", address); })
-STATUS_SETTER(netmask2_ip, AddressSetter, [](Ipv4 address) { store_address("network.wan.netmask", address); })
-STATUS_SETTER(gateway2_ip, AddressSetter, [](Ipv4 address) { store_address("network.wan.gateway", address); })
+// The length of an address is not checked: the agent drops a request in which it has not four octets.
+#define STATUS_ADDRESS(NAME, OPTION) \
+  STATUS_SETTER(                     \
+      NAME, AddressSetter, &unused_address, [](Ipv4 address) { return store_address(OPTION, address); }, false)
 
-// Each of these keeps the other server: `dns2` is the one behind a new first, `dns1` the one before a new second. When
-// the other one cannot be read, nothing is run and so nothing lost.
-STATUS_SETTER(pri_dns, AddressSetter, [](Ipv4 address) {
-  Ipv4 second = 0;
-  if (get_lan_ip_address("br-lan", "dns2", &second) != 0) return;
-  second == 0 ? store_address("network.lan.dns", address) : store_addresses("network.lan.dns", address, second);
-})
-STATUS_SETTER(sec_dns, AddressSetter, [](Ipv4 address) {
-  Ipv4 first = 0;
-  if (get_lan_ip_address("br-lan", "dns1", &first) != 0) return;
-  first == 0 ? store_address("network.lan.dns", address) : store_addresses("network.lan.dns", first, address);
-})
+STATUS_ADDRESS(lan_ip, "network.lan.ipaddr")
+STATUS_ADDRESS(netmask_ip, "network.lan.netmask")
+STATUS_ADDRESS(gateway_ip, "network.lan.gateway")
+STATUS_ADDRESS(wan_ip, "network.wan.ipaddr")
+STATUS_ADDRESS(netmask2_ip, "network.wan.netmask")
+STATUS_ADDRESS(gateway2_ip, "network.wan.gateway")
+STATUS_SETTER(pri_dns, AddressSetter, &unused_address, set_first_dns, false)
+STATUS_SETTER(sec_dns, AddressSetter, &unused_address, set_second_dns, false)
 
-STATUS_SETTER(ssid, TextSetter, 100, [](char *ssid) { store_text("wireless.@wifi-iface[0].ssid", ssid); })
-STATUS_SETTER(ssid2_name, TextSetter, 100, [](char *ssid) { store_text("wireless.@wifi-iface[1].ssid", ssid); })
-STATUS_SETTER(current_time, TextSetter, 19, set_clock, is_time)
+STATUS_SETTER(ssid, TextSetter, text_lengths, unused_text, {},
+              [](const char *ssid) { return store_text("wireless.@wifi-iface[0].ssid", ssid); })
+STATUS_SETTER(ssid2_name, TextSetter, text_lengths, unused_text, {},
+              [](const char *ssid) { return store_text("wireless.@wifi-iface[1].ssid", ssid); })
+STATUS_SETTER(current_time, TextSetter, text_lengths, unused_text, {}, set_clock, check_time)
