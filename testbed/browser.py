@@ -122,8 +122,9 @@ class Browser:
 
     def press(self, key: str) -> None:
         """Presses a key: a letter, or one of _KEYS."""
+        # The code of a letter is that of its capital; a full stop's would be another key's.
         text = {} if key in _KEYS and key != "Enter" else {"text": "\r" if key == "Enter" else key}
-        code = _KEYS.get(key, ord(key[0].upper()))
+        code = _KEYS[key] if key in _KEYS else ord(key.upper()) if key.isalnum() else 0
         self.call("Input.dispatchKeyEvent", type="keyDown", key=key, windowsVirtualKeyCode=code, **text)
         self.call("Input.dispatchKeyEvent", type="keyUp", key=key, windowsVirtualKeyCode=code)
 

@@ -6,6 +6,7 @@ import json
 import re
 from collections.abc import Iterable, Iterator
 
+from tools.mib_file import TEMPLATE
 from tools.model import Object
 
 ENTERPRISE = 32473
@@ -64,8 +65,17 @@ def dotted(found: Object) -> str:
     return f"1.3.6.1.4.1.{ENTERPRISE}.8." + ".".join(map(str, found.oid))
 
 
+def labels(found: Object) -> dict[int, str]:
+    """The names of an enumeration's values, also where its syntax is a textual convention."""
+    convention = rf"^{found.syntax} ::= TEXTUAL-CONVENTION.*?\n    SYNTAX +INTEGER {{(.*?)}}" if found.syntax.isalpha() else "(?!)"
+    enumeration = re.search(convention, TEMPLATE.read_text(), re.MULTILINE | re.DOTALL)
+    if not enumeration or "::=" in enumeration[0].partition("::=")[2]:
+        return found.labels
+    return {int(number): label for label, number in re.findall(r"(\w+) *\((-?\d+)\)", enumeration[1])}
+
+
 def exporter_type(found: Object) -> str:
-    if found.labels:
+    if labels(found):
         return "EnumAsInfo"
     word = re.match(r"\w+", found.syntax)
     assert word
@@ -74,7 +84,7 @@ def exporter_type(found: Object) -> str:
 
 def sentence(found: Object) -> str:
     """The first sentence of a description, with the unit."""
-    first = re.split(r"(?<=[.;]) ", found.description)[0].rstrip(".;")
+    first = re.split(r"\.( |$)", found.description)[0]
     return f"{first} [{found.units}]" if found.units else first
 
 
@@ -105,8 +115,8 @@ def metric(found: Object, columns: dict[str, Object]) -> dict[str, object]:
     if found.table:
         made["indexes"] = list(indexes(found, columns))
         made["lookups"] = list(lookups(found, columns))
-    if found.labels:
-        made["enum_values"] = found.labels
+    if labels(found):
+        made["enum_values"] = labels(found)
     if found.name in NUMBERS:
         made["regex_extracts"] = {suffix: [{"regex": regex, "value": "$1"}] for suffix, regex in NUMBERS[found.name].items()}
     return made

@@ -152,7 +152,7 @@ export function openDevice(content, { name: instance }) {
   const only = `instance=${quoted(instance)}`;
   const drawn = [
     [new Plot(plots, "Traffic", bitrate, { low: 0, ceiling: 1000 }), `{__name__=~"instance:zolarc_(transmit|receive):bps", ${only}}`,
-      ({ __name__: metric }) => (metric.includes("transmit") ? "↓ to stations" : "↑ from stations")],
+      ({ __name__: metric }) => (metric.includes("transmit") ? "down to stations" : "up from stations")],
     [new Plot(plots, "Stations", (number) => (Number.isInteger(number) ? `${number}` : ""), { low: 0, ceiling: 4 }), `radio:zolarc_stations:count{${only}}`,
       ({ radio }) => `radio ${radio}`],
     [new Plot(plots, "Noise", dbm, { low: -100, ceiling: -70 }), `radio:zolarc_noise_dbm:avg{${only}}`, ({ radio }) => `radio ${radio}`],
