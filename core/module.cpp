@@ -5,19 +5,28 @@
 
 #include "core/enterprise.hpp"
 
-// The linker marks the ends of the section that ZOL_REGISTER fills.
+// The linker marks the ends of the sections that ZOL_REGISTER and ZOL_REGISTER_TOKEN fill.
 extern "C" {
 extern const zol::Module *const start_of_modules[] __asm__("__start_zol_modules") __attribute__((visibility("hidden")));
 extern const zol::Module *const end_of_modules[] __asm__("__stop_zol_modules") __attribute__((visibility("hidden")));
+extern const zol::Token *const start_of_tokens[] __asm__("__start_zol_tokens") __attribute__((visibility("hidden")));
+extern const zol::Token *const end_of_tokens[] __asm__("__stop_zol_tokens") __attribute__((visibility("hidden")));
 }
 
 namespace zol {
 
-std::span<const Module *const> modules() {
+namespace {
+
+template <class Entry>
+std::span<Entry> between(Entry *start, Entry *end) {
   // The distance is taken between addresses: to the compiler the two marks are arrays that have nothing in common.
-  const auto bytes = reinterpret_cast<uintptr_t>(end_of_modules) - reinterpret_cast<uintptr_t>(start_of_modules);
-  return {start_of_modules, bytes / sizeof(void *)};
+  const auto bytes = reinterpret_cast<uintptr_t>(end) - reinterpret_cast<uintptr_t>(start);
+  return {start, bytes / sizeof(void *)};
 }
+
+}  // namespace
+
+std::span<const Module *const> modules() { return between(start_of_modules, end_of_modules); }
 
 FullOid full_oid(int32_t enterprise, const Arcs &arcs) {
   FullOid full{{1, 3, 6, 1, 4, 1, static_cast<oid>(static_cast<uint32_t>(enterprise)), 8, 1}, 9};
@@ -57,6 +66,20 @@ void add_token(const char *token, void (*parse)(const char *, char *), void (*re
 }
 
 void remove_token(const char *token) { snmpd_unregister_config_handler(token); }
+
+void ModuleTokens::add() {
+  for (const Token *token : between(start_of_tokens, end_of_tokens)) {
+    if (strcmp(token->module, module_) == 0) add_token(token->name, token->parse, token->release);
+  }
+  added_ = true;
+}
+
+void ModuleTokens::remove() {
+  for (const Token *token : between(start_of_tokens, end_of_tokens)) {
+    if (added_ && strcmp(token->module, module_) == 0) remove_token(token->name);
+  }
+  added_ = false;
+}
 
 bool matches(variable *row, oid *name, size_t *length, int exact, size_t *value_length, WriteMethod **write_method) {
   if (header_generic(row, name, length, exact, value_length, write_method) == MATCH_FAILED) return false;

@@ -113,6 +113,26 @@ FullOid full_oid(int32_t enterprise, const Arcs &arcs);
 void add_token(const char *token, void (*parse)(const char *, char *), void (*release)());
 void remove_token(const char *token);
 
+/// A snmpd.conf token of a table or of another module with several objects, as ZOL_REGISTER_TOKEN enters it.
+struct Token {
+  const char *module;
+  const char *name;
+  void (*parse)(const char *, char *);
+  void (*release)();
+};
+
+/// The tokens of one module, while the module is started.
+class ModuleTokens {
+ public:
+  constexpr explicit ModuleTokens(const char *module) : module_(module) {}
+  void add();
+  void remove();
+
+ private:
+  const char *module_;
+  bool added_ = false;
+};
+
 /// Asks the agent whether a request means `row`; on a match the length slot is set for an integer and no write method
 /// is handed out yet.
 bool matches(variable *row, oid *name, size_t *length, int exact, size_t *value_length, WriteMethod **write_method);
@@ -164,4 +184,11 @@ int check_integer(unsigned char type, size_t length);
   namespace {                                                                                                 \
   constinit const zol::Module NAME##_module{__VA_ARGS__};                                                     \
   [[gnu::used, gnu::section("zol_modules")]] constinit const zol::Module *NAME##_registered = &NAME##_module; \
+  }
+
+/// Enters the token NAME of MODULE, with its handlers. It is known to the agent while the module is started.
+#define ZOL_REGISTER_TOKEN(MODULE, NAME, PARSE, RELEASE)                                                         \
+  namespace {                                                                                                    \
+  constinit const zol::Token NAME##_token{#MODULE, #NAME, PARSE, RELEASE};                                       \
+  [[gnu::used, gnu::section("zol_tokens")]] constinit const zol::Token *NAME##_token_registered = &NAME##_token; \
   }

@@ -2,27 +2,17 @@
 
 namespace zol {
 
-void add_tokens(std::span<const Token> tokens) {
-  for (const Token &token : tokens) add_token(token.name, token.parse, token.release);
-}
-
-void remove_tokens(std::span<const Token> tokens) {
-  for (const Token &token : tokens) remove_token(token.name);
-}
-
 void StaticTable::init() {
   deinit();
   if (spec_.prepare != nullptr) spec_.prepare();
   fill_records();
   registration_.add_rows(name_, reinterpret_cast<variable *>(records_.data()), sizeof(variable7), records_.size());
-  add_tokens(tokens_);
-  has_tokens_ = true;
+  tokens_.add();
 }
 
 void StaticTable::deinit() {
   registration_.remove_rows();
-  if (has_tokens_) remove_tokens(tokens_);
-  has_tokens_ = false;
+  tokens_.remove();
 }
 
 void StaticTable::fill_records() {
@@ -59,27 +49,10 @@ unsigned char *StaticTable::find(variable *record, oid *name, size_t *length, in
   for (const Column &column : columns_) {
     if (column.magic != record->magic) continue;
     if (spec_.select != nullptr && !spec_.select(cell)) return nullptr;
-    return read(column, cell, value_length);
+    return answer_.of(column.type, column.read, value_length, cell);
   }
   snmp_set_detail("no column has this magic");
   return nullptr;
-}
-
-unsigned char *StaticTable::read(const Column &column, Cell cell, size_t *value_length) {
-  switch (column.type) {
-    case ASN_OCTET_STR: {
-      const Octets octets = column.read.octets(cell);
-      *value_length = octets.length;
-      return static_cast<unsigned char *>(const_cast<void *>(octets.data));
-    }
-    case ASN_IPADDRESS:
-      answer_ = htonl(column.read.address(cell));
-      break;
-    default:
-      answer_ = static_cast<uint32_t>(column.read.integer(cell));
-      break;
-  }
-  return reinterpret_cast<unsigned char *>(&answer_);
 }
 
 }  // namespace zol

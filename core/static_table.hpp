@@ -8,7 +8,7 @@
 //       zol::integer_column(1, 1, "bandwidthPackageIndex", [](zol::Cell cell) { return cell.row; }),
 //       zol::octets_column(2, 2, "bandwidthPackageName", read_name),
 //   };
-//   ZOL_TABLE(bandwidth_package, var_bandwidth_package, 5, columns, {}, .entry = {13, 6, 1}, .live_rows = row_count);
+//   ZOL_TABLE(bandwidth_package, var_bandwidth_package, 5, columns, .entry = {13, 6, 1}, .live_rows = row_count);
 
 #include <array>
 #include <cstddef>
@@ -19,6 +19,7 @@
 #include <utility>
 
 #include "core/address.hpp"
+#include "core/answer.hpp"
 #include "core/module.hpp"
 
 namespace zol {
@@ -28,21 +29,11 @@ struct Cell {
   int32_t row;
 };
 
-/// What a text or octet column answers. The bytes stay valid until the next request.
-struct Octets {
-  const void *data;
-  size_t length;
-};
-
 /// One column: its number, the magic its records carry, its name, and the reader that produces a cell. The reader's
 /// type is tied to the column's ASN.1 type.
 struct Column {
   const char *name;
-  union Reader {
-    int32_t (*integer)(Cell);
-    Ipv4 (*address)(Cell);
-    Octets (*octets)(Cell);
-  } read;
+  Reader<Cell> read;
   uint8_t number;
   uint8_t magic;
   uint8_t type;
@@ -57,9 +48,6 @@ constexpr Column address_column(uint8_t number, uint8_t magic, const char *name,
 constexpr Column octets_column(uint8_t number, uint8_t magic, const char *name, Octets (*read)(Cell)) {
   return {name, {.octets = read}, number, magic, ASN_OCTET_STR};
 }
-
-/// The answer for a text: as long as the text is.
-inline Octets text_answer(const char *text) { return {text, strlen(text)}; }
 
 /// What is particular to a table, beside its columns.
 struct TableSpec {
@@ -77,18 +65,11 @@ struct TableSpec {
   void (*prepare)() = nullptr;
 };
 
-/// A snmpd.conf token of a table or of a module with several objects.
-struct Token {
-  const char *name;
-  void (*parse)(const char *, char *);
-  void (*release)();
-};
-
 class StaticTable {
  public:
   constexpr StaticTable(const char *name, const TableSpec &spec, std::span<const Column> columns,
-                        std::span<variable7> records, FindMethod *method, std::span<const Token> tokens)
-      : name_(name), spec_(spec), columns_(columns), records_(records), method_(method), tokens_(tokens) {}
+                        std::span<variable7> records, FindMethod *method)
+      : name_(name), spec_(spec), columns_(columns), records_(records), method_(method), tokens_(name) {}
 
   /// Fills in the records, one per cell, row by row, and registers them and the tokens.
   void init();
@@ -102,18 +83,15 @@ class StaticTable {
   /// How many rows are registered.
   [[nodiscard]] size_t capacity() const { return records_.size() / columns_.size(); }
   void fill_records();
-  unsigned char *read(const Column &column, Cell cell, size_t *value_length);
 
   const char *name_;
   TableSpec spec_;
   std::span<const Column> columns_;
   std::span<variable7> records_;
   FindMethod *method_;
-  std::span<const Token> tokens_;
+  ModuleTokens tokens_;
   Registration registration_{};
-  bool has_tokens_ = false;
-  /// What the agent is pointed at for integers and addresses.
-  uint32_t answer_ = 0;
+  Answer answer_;
 };
 
 /// What the registry says of a table: one entry per column.
@@ -130,16 +108,11 @@ constexpr std::array<ObjectInfo, N> table_info(const Arcs &entry, const Column (
   (std::make_index_sequence<N>{});
 }
 
-/// Registers and takes back a list of tokens.
-void add_tokens(std::span<const Token> tokens);
-void remove_tokens(std::span<const Token> tokens);
-
 }  // namespace zol
 
-/// A table of at most `ROWS` rows and the array `COLUMNS`, answered by the C function `FIND`; `TOKENS` is an array of
-/// its snmpd.conf tokens, or {}; the further arguments are the fields of `zol::TableSpec`. Mints init_X, deinit_X,
-/// X_variables and `FIND`.
-#define ZOL_TABLE(NAME, FIND, ROWS, COLUMNS, TOKENS, ...)                                                      \
+/// A table of at most `ROWS` rows and the array `COLUMNS`, answered by the C function `FIND`; the further arguments are
+/// the fields of `zol::TableSpec`. Mints init_X, deinit_X, X_variables and `FIND`.
+#define ZOL_TABLE(NAME, FIND, ROWS, COLUMNS, ...)                                                              \
   extern "C" {                                                                                                 \
   ZOL_EXPORT void init_##NAME(void);                                                                           \
   ZOL_EXPORT void deinit_##NAME(void);                                                                         \
@@ -151,7 +124,7 @@ void remove_tokens(std::span<const Token> tokens);
   namespace {                                                                                                  \
   constexpr zol::TableSpec NAME##_spec{__VA_ARGS__};                                                           \
   constexpr auto NAME##_info = zol::table_info(NAME##_spec.entry, COLUMNS, ROWS);                              \
-  constinit zol::StaticTable NAME##_table(#NAME, NAME##_spec, COLUMNS, NAME##_variables, FIND, TOKENS);        \
+  constinit zol::StaticTable NAME##_table(#NAME, NAME##_spec, COLUMNS, NAME##_variables, FIND);                \
   }                                                                                                            \
   void init_##NAME(void) { NAME##_table.init(); }                                                              \
   void deinit_##NAME(void) { NAME##_table.deinit(); }                                                          \
@@ -162,7 +135,7 @@ void remove_tokens(std::span<const Token> tokens);
   ZOL_REGISTER(NAME, #NAME, init_##NAME, deinit_##NAME, NAME##_info.data(), NAME##_info.size())
 
 /// The value of a column or module as an exported integer, with its token handlers MODULE_parse_config_NAME and
-/// MODULE_free_config_NAME; `ZOL_TOKEN` lists it.
+/// MODULE_free_config_NAME.
 #define ZOL_TOKEN_INTEGER(MODULE, NAME, TYPE)                                                                      \
   extern "C" {                                                                                                     \
   ZOL_EXPORT extern TYPE NAME;                                                                                     \
@@ -171,7 +144,8 @@ void remove_tokens(std::span<const Token> tokens);
   }                                                                                                                \
   TYPE NAME = 0;                                                                                                   \
   void MODULE##_parse_config_##NAME(const char *, char *value) { NAME = static_cast<TYPE>(zol::to_int32(value)); } \
-  void MODULE##_free_config_##NAME(void) {}
+  void MODULE##_free_config_##NAME(void) {}                                                                        \
+  ZOL_REGISTER_TOKEN(MODULE, NAME, MODULE##_parse_config_##NAME, MODULE##_free_config_##NAME)
 
 /// The same for a text of `CAPACITY` bytes whose token is cut at `LIMIT` characters, "..." included.
 #define ZOL_TOKEN_TEXT(MODULE, NAME, CAPACITY, LIMIT)                           \
@@ -185,8 +159,5 @@ void remove_tokens(std::span<const Token> tokens);
     static_assert((LIMIT) < (CAPACITY));                                        \
     zol::preset_text(NAME, LIMIT, value);                                       \
   }                                                                             \
-  void MODULE##_free_config_##NAME(void) {}
-
-/// An element of a token list.
-#define ZOL_TOKEN(MODULE, NAME) \
-  zol::Token { #NAME, MODULE##_parse_config_##NAME, MODULE##_free_config_##NAME }
+  void MODULE##_free_config_##NAME(void) {}                                     \
+  ZOL_REGISTER_TOKEN(MODULE, NAME, MODULE##_parse_config_##NAME, MODULE##_free_config_##NAME)

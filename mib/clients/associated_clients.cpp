@@ -94,10 +94,6 @@ constexpr Column columns[] = {
     integer_column(21, 155, "client_assoc_ok", number<&R::assoc_ok>),
 };
 
-constexpr Token tokens[] = {
-    {"rssidbm", [](const char *, char *value) { report_rssi_in_dbm(strcmp(value, "false") != 0); }, nullptr},
-};
-
 /// Every other module registers below the enterprise number that is read here: this one is always the first.
 void prepare() {
   get_snmp_enterprise_oid(&snmp_enterprise_oid);
@@ -116,8 +112,12 @@ void prepare() {
 /// @table clientTable
 /// The associated stations, at most eight. They are collected in the background every eleven seconds. Where nothing
 /// samples, as in an agent that loads the modules one by one, the table is empty.
-ZOL_TABLE(zol_AssociatedClients, var_ClientInfoTable, most_stations, columns, tokens, .entry = {5, 1},
-          .select = select_row, .only_while_running = true, .prepare = prepare);
+ZOL_TABLE(zol_AssociatedClients, var_ClientInfoTable, most_stations, columns, .entry = {5, 1}, .select = select_row,
+          .only_while_running = true, .prepare = prepare);
+
+ZOL_REGISTER_TOKEN(
+    zol_AssociatedClients, rssidbm, [](const char *, char *value) { report_rssi_in_dbm(strcmp(value, "false") != 0); },
+    nullptr)
 
 void shutdown_zol_AssociatedClients(void) { client_list::clear(client_list::Former::keep); }
 void releaseList(void) { client_list::clear(client_list::Former::drop); }

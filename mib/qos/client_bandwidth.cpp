@@ -55,7 +55,7 @@ constexpr Column columns[] = {
 /// @table clientBandwidthTable
 /// The stations that have an address, in the order of clientTable, and the packages that shape their traffic.
 /// bandwidthIndex selects a row for changing it.
-ZOL_TABLE(client_bandwidth, var_client_bandwidth, rows, columns, {}, .entry = {13, 4, 1}, .select = select_client);
+ZOL_TABLE(client_bandwidth, var_client_bandwidth, rows, columns, .entry = {13, 4, 1}, .select = select_client);
 
 // The selected row. Without a client it answers zeros and an empty text, and a SET is refused. The check looks at the
 // row that was selected before the request, so a row is to be selected by a request of its own.

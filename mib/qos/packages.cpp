@@ -91,8 +91,8 @@ constexpr Column columns[] = {
 /// @table bandwidthPackageTable
 /// The bandwidth packages. Four rows are answered, once the first cell was read.
 ZOL_TABLE(
-    bandwidth_package, var_bandwidth_package, registered_rows, columns, {}, .entry = {13, 6, 1},
-    .refresh = refresh_table, .live_rows = [] { return live_rows; });
+    bandwidth_package, var_bandwidth_package, registered_rows, columns, .entry = {13, 6, 1}, .refresh = refresh_table,
+    .live_rows = [] { return live_rows; });
 
 /// Selects the package, a row of bandwidthPackageTable. Only stored.
 ZOL_INTEGER(bwidthpkg_index, .oid = {13, 7, 1, 1}, .accepts = range(1, 4), .initial = 1);

@@ -99,14 +99,8 @@ ZOL_EXPORT WriteMethod write_ssid, write_ssid2_name;
 /// and two colons is a wrongValue.
 ZOL_EXPORT WriteMethod write_current_time;
 
-// The module.
-
-ZOL_EXPORT void init_zolwrt(void);
-ZOL_EXPORT void deinit_zolwrt(void);
-/// The find function of all rows.
+/// The find function of the module's rows.
 ZOL_EXPORT zol::FindMethod var_zolwrt;
-/// The agent's rows.
-ZOL_EXPORT extern std::array<variable7, 29> zolwrt_variables;
 }
 
 namespace zol {

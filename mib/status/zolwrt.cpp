@@ -10,7 +10,7 @@
 
 #include "core/address.hpp"
 #include "core/clock.hpp"
-#include "core/module.hpp"
+#include "core/scalar_group.hpp"
 #include "core/static_table.hpp"
 #include "core/text.hpp"
 #include "mib/status/status.hpp"
@@ -63,7 +63,8 @@ void preset(std::span<char> text, const char *value) {
   ZOL_EXPORT void zolwrt_free_config_##NAME(void);                                    \
   }                                                                                   \
   void zolwrt_parse_config_##NAME(const char *, char *value) { preset(NAME, value); } \
-  void zolwrt_free_config_##NAME(void) {}
+  void zolwrt_free_config_##NAME(void) {}                                             \
+  ZOL_REGISTER_TOKEN(zolwrt, NAME, zolwrt_parse_config_##NAME, zolwrt_free_config_##NAME)
 
 ZOL_TOKEN_INTEGER(zolwrt, reboot_device, int32_t)
 ZOL_TOKEN_INTEGER(zolwrt, snmp_status, int32_t)
@@ -87,16 +88,6 @@ ZOL_TOKEN_INTEGER(zolwrt, conn_tx_rate, int32_t)
 ZOL_TOKEN_INTEGER(zolwrt, conn_rx_rate, int32_t)
 
 namespace {
-
-constexpr Token tokens[] = {
-    ZOL_TOKEN(zolwrt, reboot_device), ZOL_TOKEN(zolwrt, snmp_status),      ZOL_TOKEN(zolwrt, snmp_trap),
-    ZOL_TOKEN(zolwrt, assoc_counter), ZOL_TOKEN(zolwrt, cpu_percent_used), ZOL_TOKEN(zolwrt, cpu_percent_free),
-    ZOL_TOKEN(zolwrt, ld_version),    ZOL_TOKEN(zolwrt, conn_rssi),        ZOL_TOKEN(zolwrt, conn_sta_chann),
-    ZOL_TOKEN(zolwrt, uptimes),       ZOL_TOKEN(zolwrt, current_time),     ZOL_TOKEN(zolwrt, beacon_interval),
-    ZOL_TOKEN(zolwrt, rts_threshold), ZOL_TOKEN(zolwrt, frag_threshold),   ZOL_TOKEN(zolwrt, if_signal),
-    ZOL_TOKEN(zolwrt, if_noise),      ZOL_TOKEN(zolwrt, if_quality),       ZOL_TOKEN(zolwrt, if_txccq),
-    ZOL_TOKEN(zolwrt, conn_tx_rate),  ZOL_TOKEN(zolwrt, conn_rx_rate),
-};
 
 // The readers. Each asks the device at every GET.
 
@@ -170,199 +161,102 @@ int32_t transmitted(const char *interface, Counter what) {
 /// A rate that the sampling threads write at any time.
 int32_t whole(float &rate) { return static_cast<int32_t>(std::atomic_ref(rate).load(std::memory_order_relaxed)); }
 
-/// One object: what is published about it, the magic of its row, its reader (whose type goes with the object's) and the
-/// write method handed out for it.
-struct Object {
-  ObjectInfo info;
-  uint8_t magic;
-  union Reader {
-    int32_t (*integer)();
-    Ipv4 (*address)();
-    Octets (*octets)();
-  } read;
-  WriteMethod *write;
-};
-
-constexpr Object integer(const Arcs &oid, uint8_t magic, const char *name, int32_t (*read)()) {
-  return {{name, oid, ASN_INTEGER, read_only, {}, 0}, magic, {.integer = read}, nullptr};
-}
-constexpr Object setting(const Arcs &oid, uint8_t magic, const char *name, int32_t (*read)(), WriteMethod *write,
-                         const Accepts &accepts) {
-  return {{name, oid, ASN_INTEGER, read_write, accepts, 0}, magic, {.integer = read}, write};
-}
-constexpr Object address(const Arcs &oid, uint8_t magic, const char *name, Ipv4 (*read)(), WriteMethod *write) {
-  return {{name, oid, ASN_IPADDRESS, read_only, {}, 0}, magic, {.address = read}, write};
-}
-constexpr Object text(const Arcs &oid, uint8_t magic, const char *name, Octets (*read)(),
-                      WriteMethod *write = nullptr) {
-  return {{name, oid, ASN_OCTET_STR, read_only, {}, 0}, magic, {.octets = read}, write};
-}
-
 // The addresses and the clock are registered read-only and hand out their setters all the same: whether a SET reaches
 // those is the agent's rule.
-constexpr Object objects[] = {
+constexpr GroupedObject objects[] = {
     /// Set to 1, the device reboots at once (reboot). Every other value that is accepted does nothing. A GET answers
     /// what was set last, 0 at first.
-    setting(
+    grouped_setting(
         {1, 1}, 21, "reboot_device", [] { return reboot_device; }, handed_out<write_reboot_device>(),
         reboot_device_accepts),
     /// @syntax ZolarcText (SIZE (0..19))
     /// The kernel's release (uname -a).
-    text({2, 4}, 31, "ld_version", read_release),
+    grouped_text({2, 4}, 31, "ld_version", read_release),
     /// @syntax ZolarcText (SIZE (0..19))
     /// The time since the device was started, for example '3 Days 04:05:06'.
-    text({2, 5}, 32, "uptimes", read_uptime),
+    grouped_text({2, 5}, 32, "uptimes", read_uptime),
     /// @syntax ZolarcText (SIZE (0..7))
     /// The share of processor time that is not idle, for example '12.0%', over the moment that one run of top takes.
     /// '0.0%' when top prints no load.
-    text({2, 8}, 1, "cpu_percent_used", [] { return read_load(Share::used, cpu_percent_used); }),
+    grouped_text({2, 8}, 1, "cpu_percent_used", [] { return read_load(Share::used, cpu_percent_used); }),
     /// @syntax ZolarcText (SIZE (0..7))
     /// The share of processor time that is idle, as cpuPercentUsed.
-    text({2, 9}, 2, "cpu_percent_free", [] { return read_load(Share::free, cpu_percent_free); }),
+    grouped_text({2, 9}, 2, "cpu_percent_free", [] { return read_load(Share::free, cpu_percent_free); }),
     /// The LAN address; changed only on the device itself. 127.0.0.1 when the configuration cannot be read.
-    address(
+    grouped_address(
         {8, 1, 2}, 4, "lan_ip", [] { return read_address("lan", "ipaddr"); }, write_lan_ip),
     /// The LAN netmask; changed only on the device itself.
-    address(
+    grouped_address(
         {8, 1, 3}, 9, "lan_netmask", [] { return read_address("lan", "netmask"); }, write_netmask_ip),
     /// The gateway of the LAN; changed only on the device itself.
-    address(
+    grouped_address(
         {8, 1, 4}, 11, "lan_gateway", [] { return read_address("br-lan", "gateway"); }, write_gateway_ip),
     /// The WAN address; changed only on the device itself. 127.0.0.1 when the configuration cannot be read.
-    address(
+    grouped_address(
         {8, 2, 2}, 51, "wan_ip", [] { return read_address("wan", "ipaddr"); }, write_wan_ip),
     /// The WAN netmask; changed only on the device itself.
-    address(
+    grouped_address(
         {8, 2, 3}, 52, "wan_netmask", [] { return read_address("wan", "netmask"); }, write_netmask2_ip),
     /// The gateway of the WAN; changed only on the device itself.
-    address(
+    grouped_address(
         {8, 2, 4}, 53, "wan_gateway", [] { return read_address("wan", "gateway"); }, write_gateway2_ip),
     /// @syntax INTEGER { down(0), up(1) }
     /// Whether the port has a link, by the kernel's messages about it. The kernel counts the ports the other way round:
     /// these are its messages about port 2. A link that is up for whole hours to the second shows as down.
-    integer({9, 1, 1}, 60, "eth1_connected", [] { return get_conn_status(0); }),
+    grouped_integer({9, 1, 1}, 60, "eth1_connected", [] { return get_conn_status(0); }),
     /// @syntax ZolarcText (SIZE (0..31))
     /// For how long the port has had its link, for example '0 Days 01:02:03'.
-    text({9, 1, 2}, 58, "eth1_link_time", [] { return read_link_time("eth0.1"); }),
+    grouped_text({9, 1, 2}, 58, "eth1_link_time", [] { return read_link_time("eth0.1"); }),
     /// @units bytes
     /// Bytes received (ifconfig), which wrap into negative numbers at 2^31.
-    integer({9, 1, 4}, 55, "eth1_rx_bytes", [] { return received("eth0.1", bytes); }),
+    grouped_integer({9, 1, 4}, 55, "eth1_rx_bytes", [] { return received("eth0.1", bytes); }),
     /// @units bytes
     /// Bytes sent, as eth1RxBytes.
-    integer({9, 1, 5}, 54, "eth1_tx_bytes", [] { return transmitted("eth0.1", bytes); }),
+    grouped_integer({9, 1, 5}, 54, "eth1_tx_bytes", [] { return transmitted("eth0.1", bytes); }),
     /// Errors in receiving, where ifconfig tells them behind the byte count; else 0.
-    integer({9, 1, 6}, 62, "eth1_rx_errors", [] { return received("eth0.1", errors); }),
+    grouped_integer({9, 1, 6}, 62, "eth1_rx_errors", [] { return received("eth0.1", errors); }),
     /// Errors in sending, where ifconfig tells them behind the byte count; else 0.
-    integer({9, 1, 7}, 63, "eth1_tx_errors", [] { return transmitted("eth0.1", errors); }),
+    grouped_integer({9, 1, 7}, 63, "eth1_tx_errors", [] { return transmitted("eth0.1", errors); }),
     /// @units kbit/s
     /// The rate of reception over the last three seconds, sampled in the background.
-    integer({9, 1, 8}, 66, "eth1_rx_rate", [] { return whole(eth1_rx_rate); }),
+    grouped_integer({9, 1, 8}, 66, "eth1_rx_rate", [] { return whole(eth1_rx_rate); }),
     /// @units kbit/s
     /// The rate of sending over the last three seconds, sampled in the background.
-    integer({9, 1, 9}, 67, "eth1_tx_rate", [] { return whole(eth1_tx_rate); }),
+    grouped_integer({9, 1, 9}, 67, "eth1_tx_rate", [] { return whole(eth1_tx_rate); }),
     /// @syntax INTEGER { down(0), up(1) }
     /// Whether the port has a link, as eth1Connected, by the kernel's messages about its port 1.
-    integer({9, 2, 1}, 61, "eth2_connected", [] { return get_conn_status(1); }),
+    grouped_integer({9, 2, 1}, 61, "eth2_connected", [] { return get_conn_status(1); }),
     /// @syntax ZolarcText (SIZE (0..31))
     /// For how long the port has had its link, as eth1LinkTime.
-    text({9, 2, 2}, 59, "eth2_link_time", [] { return read_link_time("eth0.2"); }),
+    grouped_text({9, 2, 2}, 59, "eth2_link_time", [] { return read_link_time("eth0.2"); }),
     /// @syntax ZolarcMacAddress
     /// The interface's Ethernet address.
-    text({9, 2, 3}, 10, "eth2_mac", [] { return read_mac("eth0.2"); }),
+    grouped_text({9, 2, 3}, 10, "eth2_mac", [] { return read_mac("eth0.2"); }),
     /// @units bytes
     /// Bytes received (ifconfig), which wrap into negative numbers at 2^31.
-    integer({9, 2, 4}, 57, "eth2_rx_bytes", [] { return received("eth0.2", bytes); }),
+    grouped_integer({9, 2, 4}, 57, "eth2_rx_bytes", [] { return received("eth0.2", bytes); }),
     /// @units bytes
     /// Bytes sent, as eth2RxBytes.
-    integer({9, 2, 5}, 56, "eth2_tx_bytes", [] { return transmitted("eth0.2", bytes); }),
+    grouped_integer({9, 2, 5}, 56, "eth2_tx_bytes", [] { return transmitted("eth0.2", bytes); }),
     /// Errors in receiving, as eth1RxErrors.
-    integer({9, 2, 6}, 64, "eth2_rx_errors", [] { return received("eth0.2", errors); }),
+    grouped_integer({9, 2, 6}, 64, "eth2_rx_errors", [] { return received("eth0.2", errors); }),
     /// Errors in sending, as eth1TxErrors.
-    integer({9, 2, 7}, 65, "eth2_tx_errors", [] { return transmitted("eth0.2", errors); }),
+    grouped_integer({9, 2, 7}, 65, "eth2_tx_errors", [] { return transmitted("eth0.2", errors); }),
     /// @units kbit/s
     /// The rate of reception over the last three seconds, sampled in the background.
-    integer({9, 2, 8}, 68, "eth2_rx_rate", [] { return whole(eth2_rx_rate); }),
+    grouped_integer({9, 2, 8}, 68, "eth2_rx_rate", [] { return whole(eth2_rx_rate); }),
     /// @units kbit/s
     /// The rate of sending over the last three seconds, sampled in the background.
-    integer({9, 2, 9}, 69, "eth2_tx_rate", [] { return whole(eth2_tx_rate); }),
+    grouped_integer({9, 2, 9}, 69, "eth2_tx_rate", [] { return whole(eth2_tx_rate); }),
     /// @syntax ZolarcText (SIZE (0..63))
     /// The local date and time, for example '2026/11/21 10:20:30'.
-    text({14, 1}, 40, "current_time", read_clock, write_current_time),
+    grouped_text({14, 1}, 40, "current_time", read_clock, write_current_time),
 };
-constexpr size_t object_count = std::size(objects);
 
-constexpr auto published = [] {
-  std::array<ObjectInfo, object_count> infos{};
-  for (size_t i = 0; i < object_count; ++i) infos[i] = objects[i].info;
-  return infos;
-}();
-
-constexpr variable7 make_row(const Object &object) {
-  variable7 row{};
-  row.magic = object.magic;
-  row.type = object.info.type;
-  row.acl = object.info.access == read_write ? RWRITE : RONLY;
-  row.findVar = var_zolwrt;
-  for (size_t i = 0; i < object.info.oid.count; ++i) row.name[row.namelen++] = object.info.oid.arc[i];
-  return row;
+void preset_texts() {
+  for (const auto &[value, start] : texts) copy_text(value, start);
 }
-
-constexpr auto make_rows() {
-  std::array<variable7, object_count> rows{};
-  for (size_t i = 0; i < object_count; ++i) rows[i] = make_row(objects[i]);
-  return rows;
-}
-
-/// The answer as the agent gets it, in storage of the module's own: the agent never points into the values.
-unsigned char *answer(const Object &object, size_t *length) {
-  static uint32_t number;
-  static std::array<char, sizeof current_time> characters;
-  switch (object.info.type) {
-    case ASN_OCTET_STR: {
-      const Octets octets = object.read.octets();
-      *length = std::min(octets.length, characters.size());
-      memcpy(characters.data(), octets.data, *length);
-      return reinterpret_cast<unsigned char *>(characters.data());
-    }
-    case ASN_IPADDRESS:
-      number = htonl(object.read.address());
-      break;
-    default:
-      number = static_cast<uint32_t>(object.read.integer());
-      break;
-  }
-  return reinterpret_cast<unsigned char *>(&number);
-}
-
-constinit Registration registration;
-bool has_tokens = false;
 
 }  // namespace
 
-constinit std::array<variable7, 29> zolwrt_variables = make_rows();
-
-void init_zolwrt(void) {
-  deinit_zolwrt();
-  registration.add_rows("zolwrt", reinterpret_cast<variable *>(zolwrt_variables.data()), sizeof(variable7),
-                        zolwrt_variables.size());
-  for (const auto &[value, start] : texts) copy_text(value, start);
-  add_tokens(tokens);
-  has_tokens = true;
-}
-
-void deinit_zolwrt(void) {
-  registration.remove_rows();
-  if (has_tokens) remove_tokens(tokens);
-  has_tokens = false;
-}
-
-unsigned char *var_zolwrt(variable *row, oid *name, size_t *length, int exact, size_t *value_length,
-                          WriteMethod **write_method) {
-  if (netsnmp_running == 0 || !matches(row, name, length, exact, value_length, write_method)) return nullptr;
-  const auto *object = std::ranges::find(objects, row->magic, &Object::magic);
-  if (object == std::end(objects)) return nullptr;
-  *write_method = object->write;
-  return answer(*object, value_length);
-}
-
-ZOL_REGISTER(zolwrt, "zolwrt", init_zolwrt, deinit_zolwrt, published.data(), published.size())
+ZOL_SCALAR_GROUP(zolwrt, objects, preset_texts)

@@ -58,13 +58,6 @@ ZOL_TOKEN_INTEGER(dhcpactive_table, zol_ip_active, Ipv4)
 
 namespace {
 
-constexpr Token tokens[] = {
-    ZOL_TOKEN(dhcpactive_table, zol_host_active),
-    ZOL_TOKEN(dhcpactive_table, zol_lease_time),
-    ZOL_TOKEN(dhcpactive_table, zol_mac_active),
-    ZOL_TOKEN(dhcpactive_table, zol_ip_active),
-};
-
 uint32_t leases = 0;
 
 const LeaseRecord &record(Cell cell) { return zol_mac_active_all[cell.row - 1]; }
@@ -108,6 +101,6 @@ constexpr Column columns[] = {
 /// @table dhcpLeaseTable
 /// The leases of the DHCP server, read anew when the first cell is read, as a walk does.
 ZOL_TABLE(
-    dhcpactive_table, var_dhcpactive_table, most_lease_records, columns, tokens, .entry = {11, 1},
+    dhcpactive_table, var_dhcpactive_table, most_lease_records, columns, .entry = {11, 1},
     .refresh = [] { get_zol_mac_active(zol_mac_active_all, &leases); },
     .live_rows = [] { return static_cast<int32_t>(leases); });

@@ -181,13 +181,10 @@ Octets address(Cell cell) {
 
 #define ADDRESS_COLUMN(COLUMN, NAME) octets_column(COLUMN, COLUMN, #NAME, address<get_##NAME, NAME>),
 #define NUMBER_COLUMN(COLUMN, NAME) integer_column(COLUMN, COLUMN, #NAME, number<get_##NAME, NAME>),
-#define COLUMN_TOKEN(COLUMN, NAME) ZOL_TOKEN(zol_table, NAME),
 
 namespace {
 
 constexpr Column columns[] = {ALL_COLUMNS(ADDRESS_COLUMN, NUMBER_COLUMN)};
-constexpr Token tokens[] = {ALL_COLUMNS(COLUMN_TOKEN, COLUMN_TOKEN)};
-
 void forget_addresses() {
   memset(zol_wlan_mac, 0, sizeof zol_wlan_mac);
   memset(zol_wlan_bssid, 0, sizeof zol_wlan_bssid);
@@ -199,5 +196,5 @@ void forget_addresses() {
 /// The wireless interfaces athN that are members of a bridge, with what their tools tell of them. Each cell runs a
 /// command of its own. Which rows exist is found out when the first cell is read, as a walk does.
 ZOL_TABLE(
-    zol_table, var_zol_table, 16, columns, tokens, .entry = {4, 1}, .refresh = [] { get_virtual_ap_num(&interfaces); },
+    zol_table, var_zol_table, 16, columns, .entry = {4, 1}, .refresh = [] { get_virtual_ap_num(&interfaces); },
     .live_rows = [] { return static_cast<int32_t>(interfaces); }, .prepare = forget_addresses);

@@ -97,13 +97,6 @@ ZOL_TOKEN_INTEGER(scanning_table, zol_rssi_scan, int32_t)
 
 namespace {
 
-constexpr Token tokens[] = {
-    ZOL_TOKEN(scanning_table, zol_ssid_name),
-    ZOL_TOKEN(scanning_table, zol_fre_scan),
-    ZOL_TOKEN(scanning_table, zol_mac_scan),
-    ZOL_TOKEN(scanning_table, zol_rssi_scan),
-};
-
 const ScanRecord &record(Cell cell) { return zol_mac_scan_all[cell.row - 1]; }
 
 /// The number in a field that may lack a terminator.
@@ -150,5 +143,5 @@ void survey_neighbourhood() {
 /// which takes seconds and disturbs traffic; the other cells are answered from memory. A network that several
 /// interfaces hear stands here several times.
 ZOL_TABLE(
-    scanning_table, var_scanning_table, most_scan_records, columns, tokens, .entry = {19, 1},
-    .refresh = survey_neighbourhood, .live_rows = [] { return static_cast<int32_t>(ssid_number); });
+    scanning_table, var_scanning_table, most_scan_records, columns, .entry = {19, 1}, .refresh = survey_neighbourhood,
+    .live_rows = [] { return static_cast<int32_t>(ssid_number); });

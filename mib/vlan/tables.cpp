@@ -166,14 +166,14 @@ constexpr Column trunk_columns[] = {
 /// device's own network, is not listed. Rows are answered once the first cell was read, as a walk does. A row that
 /// lacks an option repeats what was read before.
 ZOL_TABLE(
-    vlanmgt_table, var_vlanmgt_table, rows, managed_columns, {}, .entry = {23, 1},
-    .refresh = [] { managed_rows = rows; }, .live_rows = [] { return managed_rows; },
+    vlanmgt_table, var_vlanmgt_table, rows, managed_columns, .entry = {23, 1}, .refresh = [] { managed_rows = rows; },
+    .live_rows = [] { return managed_rows; },
     .select = [](Cell cell) { return select_row("vlan", managed_section(cell), vlanmgt_vlanid); });
 
 /// @table vlantrunkTable
 /// The trunk VLANs as they are configured. Row N is section N - 1 of the configuration. Rows are answered once the
 /// first cell was read, as a walk does.
 ZOL_TABLE(
-    vlantrunk_table, var_vlantrunk_table, rows, trunk_columns, {}, .entry = {24, 1},
-    .refresh = [] { trunk_rows = rows; }, .live_rows = [] { return trunk_rows; },
+    vlantrunk_table, var_vlantrunk_table, rows, trunk_columns, .entry = {24, 1}, .refresh = [] { trunk_rows = rows; },
+    .live_rows = [] { return trunk_rows; },
     .select = [](Cell cell) { return select_row("vlansw", trunk_section(cell), vlantrunk_vlanid); });

@@ -54,14 +54,8 @@ void refresh() {
 ZOL_TOKEN_INTEGER(sample, sampleNumber, int32_t)
 ZOL_TOKEN_TEXT(sample, sampleText, 8, 7)
 
-namespace {
-
-constexpr zol::Token tokens[] = {ZOL_TOKEN(sample, sampleNumber), ZOL_TOKEN(sample, sampleText)};
-
-}  // namespace
-
 ZOL_TABLE(
-    sample, var_sample, 4, columns, tokens, .entry = {77, 2, 1}, .refresh = refresh, .live_rows = [] { return live; },
+    sample, var_sample, 4, columns, .entry = {77, 2, 1}, .refresh = refresh, .live_rows = [] { return live; },
     .select = [](zol::Cell cell) { return cell.row != 2; });
 
 // The agent of this program only takes notes.
