@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -51,6 +52,21 @@ ScannedIpv4 scan_ipv4(const char *text) {
 Ipv4 parse_ipv4(const char *text) {
   const ScannedIpv4 scanned = scan_ipv4(text);
   return scanned.octets == 4 ? scanned.address : 0;
+}
+
+Ipv4 strict_ipv4(const char *text) {
+  constexpr int octets = 4;
+  const char *end = text + strlen(text);
+  Ipv4 address = 0;
+  for (int i = 0; i < octets; ++i) {
+    if (i > 0 && *text++ != '.') return 0;
+    uint8_t octet = 0;
+    const auto [next, error] = std::from_chars(text, end, octet);
+    if (error != std::errc{}) return 0;
+    address = address << 8U | octet;
+    text = next;
+  }
+  return text == end ? address : 0;
 }
 
 DottedQuad::DottedQuad(Ipv4 address) {

@@ -40,6 +40,9 @@ ScannedIpv4 scan_ipv4(const char *text);
 /// Reads "a.b.c.d"; 0 unless all four octets are there.
 Ipv4 parse_ipv4(const char *text);
 
+/// Reads an address that is nothing but four decimal numbers below 256; 0 for any other text.
+Ipv4 strict_ipv4(const char *text);
+
 /// An address in dotted form, for a command line.
 class DottedQuad {
  public:

@@ -41,10 +41,11 @@ int get_time_zone(int32_t *zone) {
   std::array<char, 128> rule{};
   std::array<char, 128> name{};
   while (output.next()) {
-    if (strstr(output.line(), ".timezone=") != nullptr) {
-      copy_field(rule, output.line(), 1, '=');
-    } else if (strstr(output.line(), ".zonename=") != nullptr) {
-      copy_field(name, output.line(), 1, '=');
+    const Value value(output.line());
+    if (value.in_line_with(".timezone=")) {
+      copy_text(rule, value.text());
+    } else if (value.in_line_with(".zonename=")) {
+      copy_text(name, value.text());
       break;
     }
   }

@@ -80,7 +80,7 @@ int get_lan_ip_address(const char *section, const char *key, uint32_t *out) {
     if (network == nullptr) return 0;
     return read_address(CommandOutput("uci show network | grep %-s.%-s=", network, option), parse, out);
   }
-  return read_address(CommandOutput("uci show network.%s.%s", section, key), plain_address, out);
+  return read_address(CommandOutput("uci show network.%-s.%-s", section, key), plain_address, out);
 }
 
 int get_mac_address(const char *interface, char **text) {

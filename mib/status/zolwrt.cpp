@@ -17,13 +17,6 @@
 
 using namespace zol;
 
-char cpu_percent_used[8];
-char cpu_percent_free[8];
-char ld_version[20];
-char uptimes[20];
-char current_time[64];
-char conn_rssi[32];
-char conn_sta_chann[32];
 uint32_t zol_rx_bytes = 0;
 uint32_t zol_tx_bytes = 0;
 float eth1_rx_rate = 0;
@@ -62,6 +55,7 @@ void preset(std::span<char> text, const char *value) {
   ZOL_EXPORT void zolwrt_parse_config_##NAME(const char *token, char *value);         \
   ZOL_EXPORT void zolwrt_free_config_##NAME(void);                                    \
   }                                                                                   \
+  decltype(NAME) NAME;                                                                \
   void zolwrt_parse_config_##NAME(const char *, char *value) { preset(NAME, value); } \
   void zolwrt_free_config_##NAME(void) {}                                             \
   ZOL_REGISTER_TOKEN(zolwrt, NAME, zolwrt_parse_config_##NAME, zolwrt_free_config_##NAME)

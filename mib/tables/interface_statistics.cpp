@@ -57,7 +57,7 @@ int32_t parse(const Figure &figure, const char *line) {
 }
 
 int read_figure(const Figure &figure, const char *interface, int32_t *value) {
-  CommandOutput output("%s %s%s", figure.tool.name, interface, figure.tool.arguments);
+  CommandOutput output("%-s %s%-s", figure.tool.name, interface, figure.tool.arguments);
   if (!output) return -1;
   *value = output.find(figure.label) == nullptr ? 0 : parse(figure, output.line());
   return 0;
@@ -159,32 +159,33 @@ Octets address(Cell cell) {
 
 }  // namespace
 
-// The columns; a column's number is its magic too, and it has a token of its name.
-#define ALL_COLUMNS(ADDRESS, NUMBER) \
-  ADDRESS(1, zol_wlan_mac)           \
-  NUMBER(2, zol_acktimeout_current)  \
-  NUMBER(3, zol_dfs_status)          \
-  NUMBER(4, zol_bit_rate)            \
-  NUMBER(5, zol_assoc_count)         \
-  ADDRESS(6, zol_wlan_bssid)         \
-  NUMBER(7, zol_wlantx_packets)      \
-  NUMBER(8, zol_wlantx_bytes)        \
-  NUMBER(9, zol_wlantx_errors)       \
-  NUMBER(10, zol_txexcess_retries)   \
-  NUMBER(11, zol_missed_beacons)     \
-  NUMBER(12, zol_wlanrx_packets)     \
-  NUMBER(13, zol_wlanrx_bytes)       \
-  NUMBER(14, zol_wlanrx_errors)      \
-  NUMBER(15, zol_rx_invalidNwid)     \
-  NUMBER(16, zol_rx_invalidCrypt)    \
-  NUMBER(17, zol_rx_invalidFrag)
-
-#define ADDRESS_COLUMN(COLUMN, NAME) octets_column(COLUMN, COLUMN, #NAME, address<get_##NAME, NAME>),
-#define NUMBER_COLUMN(COLUMN, NAME) integer_column(COLUMN, COLUMN, #NAME, number<get_##NAME, NAME>),
+// A column's number is its magic too.
+#define ADDRESS(COLUMN, NAME) octets_column(COLUMN, COLUMN, #NAME, address<get_##NAME, NAME>)
+#define NUMBER(COLUMN, NAME) integer_column(COLUMN, COLUMN, #NAME, number<get_##NAME, NAME>)
 
 namespace {
 
-constexpr Column columns[] = {ALL_COLUMNS(ADDRESS_COLUMN, NUMBER_COLUMN)};
+// clang-format off
+constexpr Column columns[] = {
+    ADDRESS(1, zol_wlan_mac),
+    NUMBER(2, zol_acktimeout_current),
+    NUMBER(3, zol_dfs_status),
+    NUMBER(4, zol_bit_rate),
+    NUMBER(5, zol_assoc_count),
+    ADDRESS(6, zol_wlan_bssid),
+    NUMBER(7, zol_wlantx_packets),
+    NUMBER(8, zol_wlantx_bytes),
+    NUMBER(9, zol_wlantx_errors),
+    NUMBER(10, zol_txexcess_retries),
+    NUMBER(11, zol_missed_beacons),
+    NUMBER(12, zol_wlanrx_packets),
+    NUMBER(13, zol_wlanrx_bytes),
+    NUMBER(14, zol_wlanrx_errors),
+    NUMBER(15, zol_rx_invalidNwid),
+    NUMBER(16, zol_rx_invalidCrypt),
+    NUMBER(17, zol_rx_invalidFrag),
+};
+// clang-format on
 void forget_addresses() {
   memset(zol_wlan_mac, 0, sizeof zol_wlan_mac);
   memset(zol_wlan_bssid, 0, sizeof zol_wlan_bssid);

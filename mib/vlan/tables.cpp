@@ -1,7 +1,6 @@
 // The VLANs as they are configured: the managed ones (23.1) and the trunk ones (24.1).
 
 #include <array>
-#include <charconv>
 #include <cstring>
 
 #include "core/command.hpp"
@@ -19,7 +18,7 @@ using Line = std::array<char, line_size>;
 /// Reads an option of a VLAN's section; false, and an empty text, when it is not there.
 bool read_cell(Line &text, const char *package, int section, const char *option) {
   text[0] = '\0';
-  CommandOutput<line_size> output("uci get -q %s.@vlan[%d].%s", package, section, option);
+  CommandOutput<line_size> output("uci get -q %-s.@vlan[%d].%-s", package, section, option);
   if (!output.next()) return false;
   copy_text(text, output.line());
   return true;
@@ -33,22 +32,6 @@ Octets read_list(std::span<char> text, const char *package, int section, const c
     copy_text(text, line.data());
   }
   return text_answer(text.data());
-}
-
-/// Reads an address that is nothing but four decimal numbers below 256; 0 for any other text.
-Ipv4 strict_ipv4(const char *text) {
-  constexpr int octets = 4;
-  const char *end = text + strlen(text);
-  Ipv4 address = 0;
-  for (int i = 0; i < octets; ++i) {
-    if (i > 0 && *text++ != '.') return 0;
-    uint8_t octet = 0;
-    const auto [next, error] = std::from_chars(text, end, octet);
-    if (error != std::errc{}) return 0;
-    address = address << 8U | octet;
-    text = next;
-  }
-  return text == end ? address : 0;
 }
 
 }  // namespace
@@ -84,11 +67,16 @@ bool select_row(const char *package, int section, int32_t &id) {
 /// What columns 2, 3, 4, 6 and 8 answer: one number for all of them, which a missing option leaves as it was.
 uint32_t managed_number = 0;
 
-/// Reads an option of a managed VLAN into `managed_number`.
-uint32_t read_managed(Cell cell, const char *option, uint32_t (*encode)(const char *)) {
+/// Reads an option into `kept`, which a missing option leaves as it was.
+template <class Kept>
+Kept read_kept(Kept &kept, const char *package, int section, const char *option, Kept (*encode)(const char *)) {
   Line text;
-  if (read_cell(text, "vlan", managed_section(cell), option)) managed_number = encode(text.data());
-  return managed_number;
+  if (read_cell(text, package, section, option)) kept = encode(text.data());
+  return kept;
+}
+
+uint32_t read_managed(Cell cell, const char *option, uint32_t (*encode)(const char *)) {
+  return read_kept(managed_number, "vlan", managed_section(cell), option, encode);
 }
 
 int32_t read_managed_integer(Cell cell, const char *option, uint32_t (*encode)(const char *)) {
@@ -100,24 +88,13 @@ uint32_t encode_used(const char *text) { return strcmp(text, "on") == 0 ? 1 : 2;
 uint32_t encode_dhcpc(const char *text) { return strcmp(text, "no") == 0 ? 2 : 1; }
 uint32_t encode_tagging(const char *text) { return strcmp(text, "wifi") == 0 ? 1 : 2; }
 
-Ipv4 read_address(Cell cell) {
-  Line text;
-  if (read_cell(text, "vlan", managed_section(cell), "ip")) vlanmgt_ipaddr = strict_ipv4(text.data());
-  return vlanmgt_ipaddr;
-}
-
 Octets read_description(Cell cell) {
   Line text;
   if (read_cell(text, "vlan", managed_section(cell), "desc")) copy_text(vlanmgt_desc, text.data());
   return text_answer(vlanmgt_desc);
 }
 
-int32_t read_trunk_priority(Cell cell) {
-  static int32_t priority = 0;
-  Line text;
-  if (read_cell(text, "vlansw", trunk_section(cell), "priority")) priority = to_int32(text.data());
-  return priority;
-}
+int32_t trunk_priority = 0;
 
 constexpr Column managed_columns[] = {
     /// The VLAN id.
@@ -131,7 +108,9 @@ constexpr Column managed_columns[] = {
     /// Whether the device gets its address in it by DHCP: 1 yes, 2 no.
     integer_column(4, 4, "vlanmgt_dhcpc", [](Cell cell) { return read_managed_integer(cell, "dhcpc", encode_dhcpc); }),
     /// The device's address in it.
-    address_column(5, 5, "vlanmgt_ipaddr", read_address),
+    address_column(
+        5, 5, "vlanmgt_ipaddr",
+        [](Cell cell) { return read_kept(vlanmgt_ipaddr, "vlan", managed_section(cell), "ip", strict_ipv4); }),
     /// The netmask in it.
     address_column(6, 6, "vlanmgt_netmask", [](Cell cell) { return read_managed(cell, "netmask", strict_ipv4); }),
     /// @syntax ZolarcText (SIZE (0..79))
@@ -150,7 +129,9 @@ constexpr Column trunk_columns[] = {
     /// The VLAN id.
     integer_column(1, 1, "vlantrunk_vlanid", [](Cell) { return vlantrunk_vlanid; }),
     /// Its priority (IEEE 802.1p).
-    integer_column(2, 2, "vlantrunk_table_priority", read_trunk_priority),
+    integer_column(
+        2, 2, "vlantrunk_table_priority",
+        [](Cell cell) { return read_kept(trunk_priority, "vlansw", trunk_section(cell), "priority", to_int32); }),
     /// @syntax ZolarcText (SIZE (0..79))
     /// The wireless interfaces that it is bridged to, as vlantrunkWifibridge.
     octets_column(3, 3, "vlantrunk_wifibrg",
