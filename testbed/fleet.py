@@ -26,6 +26,7 @@ SHARE = REPOSITORY / "share"
 # The user who may read all but secrets, as in the sample configuration, and what the simulated ones are protected with.
 USER = "watcher"
 AUTHENTICATION, PRIVACY = "authentication-passphrase", "privacy-passphrase"
+CREATE_USER = f"createUser {USER} SHA {AUTHENTICATION} AES {PRIVACY}"
 SNMPV3 = ["-v3", "-l", "authPriv", "-u", USER, "-a", "SHA", "-A", AUTHENTICATION, "-x", "AES", "-X", PRIVACY]
 
 # Commands are run no more often than needed, and stations are looked for more often than on a device.
@@ -79,7 +80,12 @@ class Member:
 
     @property
     def instance(self) -> str:
-        return f"127.0.0.1:{self.port}"
+        """Its address on the loopback, which notifications come from too."""
+        return f"127.0.1.{self.number}"
+
+    @property
+    def target(self) -> str:
+        return f"{self.instance}:{self.port}"
 
     def configure(self, name: str, firmware: str) -> None:
         """A name and a firmware of its own, and nobody associated."""
@@ -92,8 +98,8 @@ class Member:
         self.device.write("/tmp/dhcp.leases", "")
 
     def start(self, conf: str) -> Agent:
-        user = f"createUser {USER} SHA {AUTHENTICATION} AES {PRIVACY}"
-        agent = self.device.start_agent(port=self.port, conf="\n".join([user, *sample_views(), *SWITCHES, conf]))
+        lines = [f"agentaddress udp:{self.target}", f"[snmp] clientaddr {self.instance}", CREATE_USER, *sample_views(), *SWITCHES]
+        agent = self.device.start_agent(port=self.port, conf="\n".join([*lines, conf]))
         self.agent = agent.pid
         return agent
 
@@ -136,16 +142,22 @@ class Member:
 class Fleet:
     """The running fleet. Use it as a context manager, or call `close`: no process is left then."""
 
-    def __init__(self, folder: Path, build: Path, count: int, *, interval: float = 5.0, port: int = 0, conf: str = ""):
+    def __init__(self, folder: Path, build: Path, count: int, *, interval: float = 5.0, port: int = 0, store: bool = False):
+        """`store`: with a store for many sites behind Prometheus, on the port `store`."""
         self.folder = folder.resolve()
+        self.store = free_tcp_port() if store else 0
         self.interval = interval
         shutil.rmtree(self.folder, ignore_errors=True)
         self.folder.mkdir(parents=True)
+        self.build = build
+        self.notifications = self.folder / "notifications.log"
+        """What the devices have notified, a line each."""
         self.members: list[Member] = []
         self._programs: list[subprocess.Popen[bytes]] = []
+        self.receiver = free_udp_port()
         self.exporter, self.prometheus, self.alertmanager = free_tcp_port(), free_tcp_port(port), free_tcp_port()
         try:
-            self._start(build, count, conf)
+            self._start(count)
         except BaseException:
             self.close()
             raise
@@ -154,17 +166,29 @@ class Fleet:
     def page(self) -> str:
         return f"http://127.0.0.1:{self.prometheus}/user/index.html"
 
-    def _start(self, build: Path, count: int, conf: str) -> None:
+    def _start(self, count: int) -> None:
+        self._start_receiver()
+        # A receiver acknowledges an inform, so that the device sends it again where it was lost.
+        receiver = f"trapsess -Ci {' '.join(SNMPV3)} 127.0.0.1:{self.receiver}"
         for number in range(1, count + 1):
-            member = Member(Device.create(self.folder / f"ap-{number}", build), number, free_udp_port())
+            member = Member(Device.create(self.folder / f"ap-{number}", self.build), number, free_udp_port())
             self.members.append(member)
             old = number == 2 and count > 2
             member.configure(f"{PLACES[(number - 1) % len(PLACES)]} {number}", f"ZOLARC v1.{3 if old else 4}_b260310")
             for station in range(2 + 3 * number % 7):
                 member.join(f"02:00:00:00:{number:02x}:{station:02x}", f"laptop-{number}-{station}", -45 - 4 * station,
                             f"ath{station % 2}")
-            member.start(conf)
+            member.start(receiver)
         self._start_watching()
+
+    def _start_receiver(self) -> None:
+        """snmptrapd as its sample configuration has it, which writes to notifications.log."""
+        text = (SHARE / "prometheus/snmptrapd.conf").read_text().replace("http://127.0.0.1:9093", f"http://127.0.0.1:{self.alertmanager}")
+        text = text.replace("/usr/share/zolarc/prometheus", f"{SHARE}/prometheus").rstrip() + f" {self.notifications}\n"
+        (self.folder / "snmptrapd.conf").write_text(f"{CREATE_USER}\n{text}")
+        self._run("snmptrapd", "-f", "-Le", "-m", "ZOLARC-MIB", "-M", f"{SHARE}/mibs/base:{self.build}/share/mibs", "-C", "-c",
+                  f"{self.folder}/snmptrapd.conf", f"udp:127.0.0.1:{self.receiver}")
+        wait_until(lambda: "NET-SNMP version" in (self.folder / "snmptrapd.log").read_text(), "snmptrapd to start")
 
     def _start_watching(self) -> None:
         local = {"127.0.0.1:9116": f"127.0.0.1:{self.exporter}", "127.0.0.1:9093": f"127.0.0.1:{self.alertmanager}",
@@ -175,18 +199,24 @@ class Fleet:
             text = (SHARE / "prometheus" / name).read_text()
             for found, replacement in local.items():
                 text = text.replace(found, replacement)
+            if self.store:
+                text = text.replace("#remote_write:\n#", "remote_write:\n").replace("store.example.net:8428", f"127.0.0.1:{self.store}")
             text = text.replace("CHANGE-authentication-passphrase", AUTHENTICATION).replace("CHANGE-privacy-passphrase", PRIVACY)
             (self.folder / name).write_text(hurried(text) if name == "zolarc.rules.yml" else text)
-        targets = [{"targets": [member.instance for member in self.members]}]
+        targets = [{"targets": [member.target for member in self.members]}]
         (self.folder / "zolarc-devices.yml").write_text(json.dumps(targets))
         self._run("prometheus-snmp-exporter", f"--config.file={self.folder}/snmp.yml",
                   f"--web.listen-address=127.0.0.1:{self.exporter}")
         # Without a port for a cluster of its own kind, which would be open to everybody.
         self._run("prometheus-alertmanager", f"--config.file={self.folder}/alertmanager.yml", "--cluster.listen-address=",
                   f"--web.listen-address=127.0.0.1:{self.alertmanager}", f"--storage.path={self.folder}/alerts")
+        if self.store:
+            # It answers what it has just been given, which it does not by itself.
+            self._run("victoria-metrics", f"-storageDataPath={self.folder}/store", f"-httpListenAddr=127.0.0.1:{self.store}",
+                      "-search.latencyOffset=0s")
         self._run("prometheus", f"--config.file={self.folder}/prometheus.yml", f"--storage.tsdb.path={self.folder}/data",
                   f"--web.listen-address=127.0.0.1:{self.prometheus}", f"--web.user-assets={SHARE}/fleet")
-        for port in (self.exporter, self.alertmanager, self.prometheus):
+        for port in filter(None, (self.exporter, self.alertmanager, self.prometheus, self.store)):
             wait_until(lambda at=port: reachable(f"http://127.0.0.1:{at}/metrics"), f"port {port} to answer", 60)
         (self.folder / "fleet.json").write_text(json.dumps({
             "process": os.getpid(), "page": self.page, "prometheus": self.prometheus, "alertmanager": self.alertmanager,
@@ -196,7 +226,8 @@ class Fleet:
         with (self.folder / f"{command[0]}.log").open("wb") as log:
             # It ends with this process, however that ends.
             self._programs.append(subprocess.Popen(["setpriv", "--pdeathsig", "TERM", *command], stdin=subprocess.DEVNULL,
-                                                   stdout=log, stderr=log, cwd=self.folder))
+                                                   stdout=log, stderr=log, cwd=self.folder,
+                                                   env=os.environ | {"SNMP_PERSISTENT_DIR": str(self.folder / "snmp")}))
 
     def __enter__(self) -> Fleet:
         return self
@@ -206,10 +237,15 @@ class Fleet:
 
     def close(self) -> None:
         """Stops what was started."""
-        for program in self._programs:
+        # Prometheus before the store that it still has to tell something.
+        while self._programs:
+            program = self._programs.pop()
             program.terminate()
-        for program in self._programs:
-            program.wait(20)
+            try:
+                program.wait(10)
+            except subprocess.TimeoutExpired:
+                program.kill()
+                program.wait()
         for member in self.members:
             if member.agent:
                 os.kill(member.agent, signal.SIGCONT)
