@@ -8,7 +8,9 @@ install(FILES ${CMAKE_BINARY_DIR}/share/mibs/ZOLARC-MIB.txt DESTINATION ${CMAKE_
 # The modules that it imports, in short, for machines that have them not: "snmpwalk -M +<this folder> -m ZOLARC-MIB".
 install(DIRECTORY share/mibs/base/ DESTINATION ${CMAKE_INSTALL_DATADIR}/zolarc/mibs)
 install(FILES doc/man/zolarc.conf.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
-install(FILES LICENSE doc/integrators.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES LICENSE doc/integrators.md doc/fleet.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+# For the machine that watches: the exporter's modules, rules, sample configurations, and the page.
+install(DIRECTORY share/prometheus share/fleet DESTINATION ${CMAKE_INSTALL_DATADIR}/zolarc USE_SOURCE_PERMISSIONS)
 
 if(TARGET zolarcd)
   # Relative, so that the agent finds the library below any prefix, and before ldconfig has seen it.
