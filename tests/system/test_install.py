@@ -12,12 +12,14 @@ import pytest
 from testbed.device import Device
 from testbed.snmp import free_udp_port
 
+SHARE = Path(__file__).resolve().parents[2] / "share"
 LIBRARY = "lib/libnetsnmpzolarc.so.15"
 FILES = {
     LIBRARY,
     "lib/systemd/system/zolarcd.service",
     "sbin/zolarcd",
     "share/doc/zolarc/LICENSE",
+    "share/doc/zolarc/fleet.md",
     "share/doc/zolarc/integrators.md",
     "share/doc/zolarc/snmpd.conf.sample",
     "share/man/man5/zolarc.conf.5",
@@ -26,6 +28,9 @@ FILES = {
     "share/zolarc/mibs/SNMPv2-CONF",
     "share/zolarc/mibs/SNMPv2-SMI",
     "share/zolarc/mibs/SNMPv2-TC",
+    # For the machine that watches.
+    *(f"share/zolarc/{file.relative_to(SHARE)}" for folder in ("fleet", "prometheus") for file in (SHARE / folder).rglob("*")
+      if file.is_file()),
 }
 
 
