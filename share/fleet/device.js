@@ -55,7 +55,7 @@ const COLUMNS = [
   { name: "Address", wide: true, sort: (s) => s.Ip ?? "", cell: (s) => text(s.Ip) },
   { name: "Network", wide: true, sort: (s) => s.Ssid ?? "", cell: (s) => element("span", {}, text(s.Ssid), element("small", {}, s.Interface ?? "")) },
   { name: "Signal", right: true, sort: (s) => s.Signal, cell: (s) => element("span.signal-cell", {},
-      s.course ? sparkline(s.course, -90, -35) : null, element("span.signal", { "data-quality": quality(s.Signal) }, dbm(s.Signal))) },
+      s.course ? sparkline(s.course.slice(Math.max(s.course.findIndex((value) => value !== null), 0)), -90, -35) : null, element("span.signal", { "data-quality": quality(s.Signal) }, dbm(s.Signal))) },
   { name: "Noise", right: true, wide: true, sort: (s) => s.Noise, cell: (s) => dbm(s.Noise) },
   { name: "Rate ↓ ↑", right: true, wide: true, sort: (s) => s.TxRate, cell: (s) => bitrate(s.TxRate * 1000, s.RxRate * 1000) },
   { name: "Traffic ↓ ↑", right: true, sort: (s) => (s.TxKbps ?? 0) + (s.RxKbps ?? 0),

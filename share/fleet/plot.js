@@ -20,7 +20,10 @@ export class Plot {
   /** Draws `series`: [{label, values}], at most six of which have colours of their own. */
   show(times, series) {
     this.last = [times, series];
-    const data = [times, ...series.map(({ values }) => values)];
+    // What began within the time is drawn from there on.
+    const first = times.findIndex((_, i) => series.some(({ values }) => values[i] !== null));
+    const start = Math.max(Math.min(first - 1, times.length - 12), 0);
+    const data = [times, ...series.map(({ values }) => values)].map((column) => column.slice(start));
     const labels = series.map(({ label }) => label).join("\n");
     this.describe(series);
     if (this.chart && this.labels === labels) {
