@@ -88,6 +88,7 @@ class Device:
             raise FileExistsError(f"{path} holds a device already")
         path.mkdir(parents=True, exist_ok=True)
         shutil.copytree(_HERE / "root", root, symlinks=True)
+        _install_scripts(root / "etc")
         for folder in ("bin", "sbin", "dev", "proc", "tmp", "root", "state", "opt/device", "opt/zolarc/lib", "usr/bin",
                        "usr/sbin", "usr/lib", "lib/bramo"):
             (root / folder).mkdir(parents=True, exist_ok=True)
@@ -275,6 +276,14 @@ class Device:
         receiver = TrapReceiver(self)
         self._children.append(receiver)
         return receiver
+
+
+def _install_scripts(folder: Path) -> None:
+    """The scripts that objects run, as they are packaged but for the journal."""
+    for script in (_HERE.parent / "packaging/etc").iterdir():
+        installed = folder / script.name
+        installed.write_text(script.read_text().replace("\n", '\njournal "$0" "$@"\n', 1))
+        installed.chmod(0o755)
 
 
 def _link_interpreter(root: Path) -> None:

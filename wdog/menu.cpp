@@ -95,8 +95,8 @@ const Item &item_of(int page, int item) {
   return items[static_cast<size_t>(page == radio_page ? item % 2 : item)];
 }
 
-/// The number of the radio or of the ping setting.
-int index_of(int page, int item) { return page == radio_page ? item / 2 : item; }
+/// The number of the radio or of the ping setting, 0 of anything else.
+int index_of(int page, int item) { return page == radio_page ? item / 2 : page == ping_page ? item : 0; }
 
 bool is_blank(char character) { return isspace(static_cast<unsigned char>(character)) != 0; }
 

@@ -37,6 +37,16 @@ int recorded(Arguments /*arguments*/) { return 0; }
 
 int uci(Arguments arguments) { return become(real_uci, "uci", arguments); }
 
+/// The watchdog itself, with a clock of its own when the state says how fast that one runs.
+int wdog(Arguments arguments) {
+  if (const auto speed = state::Folder("").find("clock")) {
+    setenv("LD_PRELOAD", "/opt/zolarc/lib/tests/fast_clock.so", 1);
+    setenv("FAST_CLOCK", speed->c_str(), 1);
+    setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
+  }
+  return become("/opt/zolarc/lib/wdog", "wdog", arguments);
+}
+
 struct Tool {
   const char *path;
   /// Null for busybox's own applet, which is only journalled and open to overrides.

@@ -1,8 +1,5 @@
 // The tools that act on the device as a whole.
 
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -31,17 +28,6 @@ int passwd(Arguments arguments) {
   state::Folder("passwords").set(user, entered[0]);
   printf("passwd: password for %s changed by root\n", user.c_str());
   return 0;
-}
-
-int wdog(Arguments arguments) {
-  if (arguments.empty() || strcmp(arguments[0], "--daemon") != 0) return 0;
-  if (daemon(0, 0) != 0) {
-    perror("wdog");
-    return 1;
-  }
-  // What was inherited stays open for as long as this runs: a caller's sockets would never be free again.
-  syscall(SYS_close_range, 3, ~0U, 0);
-  for (;;) pause();
 }
 
 int date(Arguments arguments) {

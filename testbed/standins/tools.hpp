@@ -23,7 +23,5 @@ int ifconfig(Arguments arguments);
 int dmesg(Arguments arguments);
 /// `passwd <user>`: takes the new password twice from standard input and leaves it in `passwords/<user>`.
 int passwd(Arguments arguments);
-/// `wdog`: with `--daemon` it stays in the background until it is killed.
-int wdog(Arguments arguments);
 /// `date`: a time to be set is left in `date`; the machine's clock is not touched.
 int date(Arguments arguments);

@@ -168,7 +168,7 @@ def test_init_scripts_need_no_environment(device: Device) -> None:
 
 
 def test_the_watchdog_runs_until_it_is_killed(device: Device) -> None:
-    done = device.run("""wdog --test=1 "~;1;6:n;~;2;1:0;s;e" path=/etc; pidof wdog && echo early
+    done = device.run("""wdog --test=1 "~;1;6:n;~;2;1:0;s;e" path=/etc > /dev/null; pidof wdog && echo early
         /etc/autoreboot_by_hour 9; until pidof wdog >/dev/null; do usleep 1000; done
         kill `pidof wdog`; while pidof wdog >/dev/null; do usleep 1000; done; echo gone""")
     assert (done.stdout, done.stderr) == ("gone\n", "")
