@@ -21,6 +21,18 @@ if(TARGET zolarcd)
   install(FILES packaging/systemd/zolarcd.service DESTINATION lib/systemd/system)
 endif()
 
+install(TARGETS wdog RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR})
+install(FILES doc/man/wdog.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
+install(FILES packaging/systemd/wdog.service DESTINATION lib/systemd/system)
+# Objects run these by their full names, which are outside of /usr.
+install(CODE "
+  set(folder \"\${CMAKE_INSTALL_PREFIX}/etc\")
+  if(CMAKE_INSTALL_PREFIX STREQUAL /usr)
+    set(folder /etc)
+  endif()
+  file(INSTALL ${CMAKE_SOURCE_DIR}/packaging/etc/ DESTINATION \"\${folder}\" USE_SOURCE_PERMISSIONS)
+")
+
 # The sample loads the library from where it is installed, which is known only then.
 install(CODE "
   set(folder \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}\")
@@ -39,7 +51,7 @@ set(CPACK_PACKAGE_DESCRIPTION
     "A library of SNMP objects for an OpenWrt-based access point: radios, wireless
 security, LAN and WAN, DHCP, VLANs, QoS, associated stations. With its MIB file
 and with zolarcd, an agent that serves the objects by itself or through a
-running snmpd.
+running snmpd, and wdog, which reboots by a schedule or when no host answers.
 
 An ordinary Debian machine is no access point: there the package is for trying
 the agent, and for management stations that want the MIB file.")
@@ -56,6 +68,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "snmpd, snmp")
 set(debian ${CMAKE_SOURCE_DIR}/packaging/debian)
-set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${debian}/postinst ${debian}/prerm ${debian}/postrm ${debian}/triggers)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${debian}/postinst ${debian}/prerm ${debian}/postrm ${debian}/triggers
+    ${debian}/conffiles)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 include(CPack)

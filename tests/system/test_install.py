@@ -16,13 +16,18 @@ SHARE = Path(__file__).resolve().parents[2] / "share"
 LIBRARY = "lib/libnetsnmpzolarc.so.15"
 FILES = {
     LIBRARY,
+    "etc/autoreboot_by_hour",
+    "etc/autoreboot_by_time",
+    "lib/systemd/system/wdog.service",
     "lib/systemd/system/zolarcd.service",
+    "sbin/wdog",
     "sbin/zolarcd",
     "share/doc/zolarc/LICENSE",
     "share/doc/zolarc/fleet.md",
     "share/doc/zolarc/integrators.md",
     "share/doc/zolarc/snmpd.conf.sample",
     "share/man/man5/zolarc.conf.5",
+    "share/man/man8/wdog.8",
     "share/man/man8/zolarcd.8",
     "share/snmp/mibs/ZOLARC-MIB.txt",
     "share/zolarc/mibs/SNMPv2-CONF",
@@ -81,13 +86,15 @@ def test_debian_package(tmp_path: Path, build_dir: Path) -> None:
     run("cpack", "--config", build_dir / "CPackConfig.cmake", "-B", tmp_path)
     (package,) = tmp_path.glob("zolarc_*.deb")
     run("dpkg-deb", "--extract", package, tmp_path / "root")
-    as_debian_wants = {"LICENSE": "copyright", "zolarc.conf.5": "zolarc.conf.5.gz", "zolarcd.8": "zolarcd.8.gz"}
+    as_debian_wants = {"LICENSE": "copyright", "zolarc.conf.5": "zolarc.conf.5.gz", "wdog.8": "wdog.8.gz",
+                       "zolarcd.8": "zolarcd.8.gz"}
     expected = {"usr/share/doc/zolarc/changelog.gz"}
     for folder, _, name in (file.rpartition("/") for file in FILES):
-        expected.add(f"usr/{folder}/{as_debian_wants.get(name, name)}")
+        place = folder if folder == "etc" else f"usr/{folder}"
+        expected.add(f"{place}/{as_debian_wants.get(name, name)}")
     assert files_below(tmp_path / "root") == expected
     assert f"/usr/{LIBRARY}" in (tmp_path / "root/usr/share/doc/zolarc/snmpd.conf.sample").read_text()
     # Found by what the programs are linked with, not by a list.
     assert "libsnmp" in run("dpkg-deb", "--field", package, "Depends")
     control = run("dpkg-deb", "--info", package)
-    assert all(name in control for name in ("postinst", "prerm", "postrm", "triggers", "shlibs")), control
+    assert all(name in control for name in ("postinst", "prerm", "postrm", "triggers", "shlibs", "conffiles")), control

@@ -193,16 +193,17 @@ def test_the_make_file(tmp_path: Path, build_dir: Path) -> None:
     assert not list(source.glob("build*"))
 
     staging = source / "ipkg-install/usr"
-    for name, folder in (("libnetsnmpzolarc.so.15", "lib"), ("zolarcd", "sbin")):
-        (staging / folder).mkdir(parents=True)
+    for name, folder in (("libnetsnmpzolarc.so.15", "lib"), ("zolarcd", "sbin"), ("wdog", "sbin")):
+        (staging / folder).mkdir(parents=True, exist_ok=True)
         (staging / folder / name).write_bytes((build_dir / name).read_bytes())
     for package, files in {
         "zolarc": {"usr/lib/libnetsnmpzolarc.so.15", "etc/uci-defaults/80_zolarc"},
         "zolarcd": {"usr/sbin/zolarcd", "etc/init.d/zolarcd", "etc/config/zolarcd"},
+        "wdog": {"usr/sbin/wdog", "etc/init.d/wdog", "etc/autoreboot_by_time", "etc/autoreboot_by_hour"},
     }.items():
         make(tmp_path, package)
         root = tmp_path / f"root-{package}"
         assert {str(file.relative_to(root)) for file in root.rglob("*") if file.is_file()} == files
         depends, kept = make(tmp_path, f"{package}-about").split("|")
-        assert depends == {"zolarc": "+libnetsnmp +libpthread", "zolarcd": "+zolarc"}[package]
-        assert {"zolarc": "/etc/zolarc.values", "zolarcd": "/etc/config/zolarcd"}[package] in kept.split()
+        assert depends == {"zolarc": "+libnetsnmp +libpthread +wdog", "zolarcd": "+zolarc", "wdog": ""}[package]
+        assert {"zolarc": "/etc/zolarc.values", "zolarcd": "/etc/config/zolarcd", "wdog": "/etc/wdog.conf"}[package] in kept.split()
