@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 
 #include "tests/unit/scripted_shell.hpp"
 
@@ -88,6 +89,12 @@ std::span<const RegisteredRow> registered_rows() {
   return rows;
 }
 
+int registrations_of(const zol::Module &module) {
+  registering.clear();
+  module.init();
+  return static_cast<int>(registering.size());
+}
+
 const RegisteredRow &row_of(const std::string &object, int table_row) {
   for (const RegisteredRow &row : registered_rows()) {
     if (row.object == nullptr || object != row.object->name) continue;
@@ -120,18 +127,21 @@ std::optional<Value> get(const std::string &object, int table_row) {
   return found ? std::optional(found->value) : std::nullopt;
 }
 
-namespace {
-
-/// The write method that the agent would be handed. It is asked for without commands: a SET's own GET is not looked at.
-WriteMethod *write_method(const std::string &object) {
-  const RegisteredRow &row = row_of(object);
-  Oid name = row.full;
-  name.push_back(0);
-  ScriptedShell *outer = ScriptedShell::current();
-  const auto found = ask(row, name, true);
-  if (outer != nullptr) outer->commands();
-  return found ? found->write : nullptr;
+WriteMethod *row_write(const std::string &object) {
+  static std::map<std::string, WriteMethod *> known;
+  const auto [found, is_new] = known.try_emplace(object);
+  if (is_new) {
+    const RegisteredRow &row = row_of(object);
+    Oid name = row.full;
+    name.push_back(0);
+    // The object's own command runs for it: nobody looks at that.
+    const ScriptedShell quiet;
+    if (const auto answer = ask(row, name, true)) found->second = answer->write;
+  }
+  return found->second;
 }
+
+namespace {
 
 int write_phase(WriteMethod *write, int phase, const Value &value) {
   std::string bytes = value.bytes;
@@ -141,12 +151,12 @@ int write_phase(WriteMethod *write, int phase, const Value &value) {
 }  // namespace
 
 int set_phase(const std::string &object, int phase, const Value &value) {
-  WriteMethod *write = write_method(object);
+  WriteMethod *write = row_write(object);
   return write == nullptr ? SNMP_ERR_NOTWRITABLE : write_phase(write, phase, value);
 }
 
 int set(const std::string &object, const Value &value) {
-  WriteMethod *write = write_method(object);
+  WriteMethod *write = row_write(object);
   if (write == nullptr) return SNMP_ERR_NOTWRITABLE;
   if (const int refusal = write_phase(write, MODE_SET_RESERVE1, value)) {
     write_phase(write, MODE_SET_FREE, value);

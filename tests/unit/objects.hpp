@@ -47,6 +47,9 @@ struct RegisteredRow {
 /// store.
 std::span<const RegisteredRow> registered_rows();
 
+/// Starts a module anew. @return how many rows it registers
+int registrations_of(const zol::Module &module);
+
 /// The row of a scalar, or of a column's cell.
 const RegisteredRow &row_of(const std::string &object, int table_row = 0);
 
@@ -60,6 +63,9 @@ struct Found {
   WriteMethod *write = nullptr;
 };
 std::optional<Found> ask(const RegisteredRow &row, const Oid &name, bool exact);
+
+/// The write method that a SET of the object's instance is handed; null where it is handed none.
+WriteMethod *row_write(const std::string &object);
 
 /// One phase of a SET.
 int set_phase(const std::string &object, int phase, const Value &value);

@@ -5,56 +5,64 @@
 #include <gtest/gtest.h>
 
 #include "mib/qos/client_rules.hpp"
-#include "tests/unit/request.hpp"
+#include "tests/unit/objects.hpp"
 #include "tests/unit/scripted_shell.hpp"
-
-extern "C" zol::FindMethod var_qos_enabled, var_bandwidth_package;
 
 namespace {
 
-using Commands = std::vector<std::string>;
 using zol::qos::Direction;
 
 const std::string list = "uci show qos.Default.classes";
 const std::string packages = "qos.Default.classes=Priority Express Normal Bulk\n";
 
-TEST(Qos, TheSwitch) {
-  const std::string show = "uci show qos.wan.enabled";
-  struct Case {
-    const char *output;
-    int32_t enabled;
-  };
-  for (const auto &[output, enabled] :
-       {Case{"", 2}, Case{"qos.wan.enabled=1\n", 1}, Case{"qos.wan.enabled=1\nqos.wan.enabled=0\n", 2},
-        Case{"qos.wan.enabled=1\nqos.wan.enabled=yes\nx\n", 1}, Case{"qos.wan.enabled=11\n", 2}}) {
-    ScriptedShell shell;
-    shell.answers(show, output);
-    EXPECT_EQ(get(var_qos_enabled, {13, 1})->integer(), enabled) << output;
-  }
-}
+const std::string enabled = "uci show qos.wan.enabled";
+const Commands start = {"uci set qos.wan.enabled=1;uci commit qos;/etc/init.d/qos start;/etc/init.d/qos enable"};
+const Commands stop = {"uci set qos.wan.enabled=0;uci commit qos;/etc/init.d/qos stop;/etc/init.d/qos disable"};
+const std::string upload = "uci show qos.wan.upload";
+const std::string download = "uci show qos.wan.download";
+const Case shaper[] = {
+    {"qos_enabled", 2, enabled, "", stop},
+    {"qos_enabled", 1, enabled, "qos.wan.enabled=1\n", start},
+    {"qos_enabled", 2, enabled, "qos.wan.enabled=1\nqos.wan.enabled=0\n"},
+    {"qos_enabled", 1, enabled, "qos.wan.enabled=1\nqos.wan.enabled=yes\nx\n"},
+    {"qos_enabled", 2, enabled, "qos.wan.enabled=11\n"},
+    {"qos_bandwidthupload", 900, upload, "qos.wan.upload=900\n", {"uci set qos.wan.upload=900;uci commit qos"}},
+    {"qos_bandwidthdownload", 0, download, "", {"uci set qos.wan.download=0;uci commit qos"}},
+};
 
-TEST(Qos, ThePackageTable) {
-  auto cell = [](oid column, oid row) {
-    return get(var_bandwidth_package, {13, 6, 1, column, row}, static_cast<unsigned char>(column));
-  };
+TEST(Qos, TheShaper) { check(shaper); }
+
+TEST(Qos, ThePackages) {
+  registered_rows();
   ScriptedShell shell;
   shell.answers(list, packages).answers("uci show qos.Bulk_down.avgrate", "qos.Bulk_down.avgrate=15\n");
   shell.answers("uci show qos.Express.avgrate", "qos.Express.avgrate=30\n");
-  EXPECT_FALSE(cell(2, 1)) << "before the first cell was asked for";
-  EXPECT_EQ(cell(1, 1)->integer(), 1);
+  EXPECT_EQ(get("bandwidth_package_index", 1), Value(1));
   EXPECT_EQ(shell.commands(), Commands{list});
-  EXPECT_EQ(cell(2, 2)->bytes, "Express");
-  EXPECT_EQ(cell(2, 4)->bytes, "Low");
-  EXPECT_EQ(cell(3, 4)->integer(), 15);
-  EXPECT_EQ(cell(4, 2)->integer(), 30);
-  EXPECT_EQ(cell(4, 3)->integer(), 0);
-  EXPECT_FALSE(cell(1, 5));
+  EXPECT_EQ(get("bandwidth_package_name", 2), Value("Express"));
+  EXPECT_EQ(get("bandwidth_package_name", 4), Value("Low"));
+  EXPECT_EQ(get("bandwidth_package_download", 4), Value(15));
+  EXPECT_EQ(get("bandwidth_package_upload", 2), Value(30));
+  EXPECT_EQ(get("bandwidth_package_upload", 3), Value(0));
+  EXPECT_FALSE(get("bandwidth_package_index", 5));
   EXPECT_EQ(shell.commands(), (Commands{"uci show qos.Bulk_down.avgrate", "uci show qos.Express.avgrate",
                                         "uci show qos.Normal.avgrate"}));
+  set("bwidthpkg_index", 4);
+  EXPECT_EQ(get("bwidthpkg_download"), Value(15));
+  shell.commands();
+  set("bwidthpkg_index", 2);
+  EXPECT_EQ(set("bwidthpkg_upload", 40), 0);
+  EXPECT_EQ(shell.commands(), (Commands{list, "uci set qos.Express.avgrate=40;uci commit qos"}));
+  EXPECT_EQ(get("bwidthpkg_name"), Value("Express"));
+  EXPECT_EQ(set("bwidthpkg_name", "x"), SNMP_ERR_NOTWRITABLE);
   shell.answers(list, "");
-  EXPECT_EQ(cell(1, 1)->integer(), 1);
-  EXPECT_EQ(cell(2, 2)->bytes, "name2");
-  EXPECT_EQ(cell(2, 4)->bytes, "name2") << "a row without a package repeats the name last held";
+  EXPECT_EQ(get("bandwidth_package_index", 1), Value(1));
+  EXPECT_EQ(get("bandwidth_package_name", 2), Value("name2"));
+  EXPECT_EQ(get("bandwidth_package_name", 4), Value("name2")) << "a row without a package repeats the name last held";
+}
+
+TEST(Qos, WithoutASelectedClientNothingIsSet) {
+  for (const char *object : {"bandwidth_download", "bandwidth_upload"}) EXPECT_EQ(set(object, 1), SNMP_ERR_WRONGVALUE);
 }
 
 TEST(ClientRules, AreToldFromAnAdministratorsSections) {

@@ -22,8 +22,8 @@ Function *original(const char *name) {
 
 }  // namespace
 
-ScriptedShell::ScriptedShell() { current_shell = this; }
-ScriptedShell::~ScriptedShell() { current_shell = nullptr; }
+ScriptedShell::ScriptedShell() : outer_(current_shell) { current_shell = this; }
+ScriptedShell::~ScriptedShell() { current_shell = outer_; }
 ScriptedShell *ScriptedShell::current() { return current_shell; }
 
 ScriptedShell &ScriptedShell::answers(const std::string &command, const std::string &output) {

@@ -34,4 +34,6 @@ class ScriptedShell {
   std::vector<std::string> commands_;
   std::set<std::string> refused_;
   bool can_start_ = true;
+  /// The one that it stands in for.
+  ScriptedShell *outer_;
 };

@@ -1,24 +1,19 @@
+// The security objects and the MAC filter, on the second network.
+
 #include "mib/security/security.hpp"
 
 #include <gtest/gtest.h>
 
-#include "tests/unit/request.hpp"
+#include "tests/unit/objects.hpp"
 #include "tests/unit/scripted_shell.hpp"
 
 extern "C" {
-zol::FindMethod var_security_authtype, var_security_keyslot, var_security_key1, var_security_key2, var_security_key3,
-    var_security_key4, var_security_cipher, var_security_key, var_security_authserver, var_security_authport,
-    var_security_authsecret, var_security_acctserver, var_security_acctport, var_security_acntsecret,
-    var_security_nasid;
-WriteMethod write_security_index, write_security_authtype, write_security_keyslot, write_security_key1,
-    write_security_key2, write_security_key3, write_security_key4, write_security_cipher, write_security_key,
-    write_security_authserver, write_security_authport, write_security_authsecret, write_security_acctserver,
-    write_security_acctport, write_security_acntsecret, write_security_nasid;
+void maclist_macaddr_parse_config(const char *token, char *value);
+extern int32_t maclist_index;
+extern char maclist_macaddr[1152];
 }
 
 namespace {
-
-using Commands = std::vector<std::string>;
 
 std::string show(const std::string &option) { return "uci show wireless.@wifi-iface[1]." + option; }
 
@@ -31,86 +26,54 @@ std::string store(const std::string &option, const std::string &value) {
   return "uci set wireless.@wifi-iface[1]." + option + "=" + value + ";uci commit wireless";
 }
 
-/// One object and the option it stands for.
-struct Object {
-  std::string option;
-  zol::FindMethod *find;
-  WriteMethod *write;
-};
-
 class Security : public testing::Test {
  protected:
-  void SetUp() override { security_index = 1; }
-  void TearDown() override { security_index = 0; }
-
-  /// What the object answers when its command prints `output`.
-  std::string read(const Object &object, const std::string &output) {
-    shell.answers(show(object.option), output);
-    const auto answer = get(object.find, {6});
-    EXPECT_EQ(shell.commands(), Commands{show(object.option)});
-    return answer ? answer->bytes : "no such instance";
-  }
-  int32_t read_number(const Object &object, const std::string &output) {
-    return Answer{read(object, output), {}}.integer();
-  }
-
+  void SetUp() override { security_index = maclist_index = 1; }
+  void TearDown() override { security_index = maclist_index = 0; }
   ScriptedShell shell;
 };
 
-const Object type{"encryption", var_security_authtype, write_security_authtype};
-const Object cipher{"encryption", var_security_cipher, write_security_cipher};
-const Object slot{"key", var_security_keyslot, write_security_keyslot};
-const Object texts[] = {
-    {"key1", var_security_key1, write_security_key1},
-    {"key2", var_security_key2, write_security_key2},
-    {"key3", var_security_key3, write_security_key3},
-    {"key4", var_security_key4, write_security_key4},
-    {"key", var_security_key, write_security_key},
-    {"auth_secret", var_security_authsecret, write_security_authsecret},
-    {"acct_secret", var_security_acntsecret, write_security_acntsecret},
-    {"nasid", var_security_nasid, write_security_nasid},
-};
-const Object servers[] = {
-    {"auth_server", var_security_authserver, write_security_authserver},
-    {"acct_server", var_security_acctserver, write_security_acctserver},
-};
-const Object ports[] = {
-    {"auth_port", var_security_authport, write_security_authport},
-    {"acct_port", var_security_acctport, write_security_acctport},
-};
-
 TEST_F(Security, EncryptionTellsTypeAndCipher) {
-  const std::tuple<const char *, int32_t, int32_t> cases[] = {
-      {"none", 0, 0},           {"wep-open", 1, 0},       {"wep-shared", 2, 0}, {"psk", 3, 0},
-      {"psk2+tkip+ccmp", 4, 2}, {"psk-mixed+ccmp", 5, 1}, {"psk-mixed", 5, 0},  {"wpa+ccmp", 6, 1},
-      {"wpa2", 7, 0},           {"psk2+tkip", 4, 0},      {"sae+ccmp", 0, 1},   {"wep-open+ccmp", 0, 1},
-      {"'psk2+ccmp'", 4, 1},    {"'psk2'", 0, 0},         {"", 0, 0},
+  const std::tuple<std::string, int32_t, int32_t> outputs[] = {
+      {line("encryption", "none"), 0, 0},
+      {line("encryption", "wep-open"), 1, 0},
+      {line("encryption", "wep-shared"), 2, 0},
+      {line("encryption", "psk"), 3, 0},
+      {line("encryption", "psk2+tkip+ccmp"), 4, 2},
+      {line("encryption", "psk-mixed+ccmp"), 5, 1},
+      {line("encryption", "psk-mixed"), 5, 0},
+      {line("encryption", "wpa+ccmp"), 6, 1},
+      {line("encryption", "wpa2"), 7, 0},
+      {line("encryption", "psk2+tkip"), 4, 0},
+      {line("encryption", "sae+ccmp"), 0, 1},
+      {line("encryption", "wep-open+ccmp"), 0, 1},
+      {line("encryption", "'psk2+ccmp'"), 4, 1},
+      {line("encryption", "'psk2'"), 0, 0},
+      {line("encryption", ""), 0, 0},
+      {"", 0, 0},
+      {"another line\nx.encryption=psk2+ccmp\n", 0, 0},
   };
-  for (const auto &[value, expected_type, expected_cipher] : cases) {
-    EXPECT_EQ(read_number(type, line("encryption", value)), expected_type) << value;
-    EXPECT_EQ(read_number(cipher, line("encryption", value)), expected_cipher) << value;
-  }
-  for (const char *output : {"", "another line\nx.encryption=psk2+ccmp\n"}) {
-    EXPECT_EQ(read_number(type, output), 0) << output;
-    EXPECT_EQ(read_number(cipher, output), 0) << output;
+  for (const auto &[output, type, cipher] : outputs) {
+    check(std::initializer_list<Case>{{"security_authtype", type, show("encryption"), output},
+                                      {"security_cipher", cipher, show("encryption"), output}});
   }
 }
 
 TEST_F(Security, ATypeKeepsTheCipherAndACipherTheType) {
-  const std::tuple<const Object &, int32_t, const char *, const char *> settings[] = {
-      {type, 0, "psk2+ccmp", "none"},
-      {type, 2, "psk2+ccmp", "wep-shared"},
-      {type, 6, "psk2+ccmp", "wpa+ccmp"},
-      {type, 5, "wep-open", "psk-mixed"},
-      {type, 3, "wpa2+tkip+ccmp", "psk+tkip+ccmp"},
-      {cipher, 0, "psk-mixed+ccmp", "psk-mixed"},
-      {cipher, 2, "wpa2", "wpa2+tkip+ccmp"},
-      {cipher, 1, "wep-shared", nullptr},
-      {cipher, 0, "none", nullptr},
+  const std::tuple<const char *, int32_t, const char *, const char *> settings[] = {
+      {"security_authtype", 0, "psk2+ccmp", "none"},
+      {"security_authtype", 2, "psk2+ccmp", "wep-shared"},
+      {"security_authtype", 6, "psk2+ccmp", "wpa+ccmp"},
+      {"security_authtype", 5, "wep-open", "psk-mixed"},
+      {"security_authtype", 3, "wpa2+tkip+ccmp", "psk+tkip+ccmp"},
+      {"security_cipher", 0, "psk-mixed+ccmp", "psk-mixed"},
+      {"security_cipher", 2, "wpa2", "wpa2+tkip+ccmp"},
+      {"security_cipher", 1, "wep-shared", nullptr},
+      {"security_cipher", 0, "none", nullptr},
   };
   for (const auto &[object, value, before, after] : settings) {
     shell.answers(show("encryption"), line("encryption", before));
-    EXPECT_EQ(set(object.write, value), 0);
+    EXPECT_EQ(set(object, value), 0);
     Commands expected{show("encryption")};
     if (after != nullptr) expected.push_back(store("encryption", after));
     EXPECT_EQ(shell.commands(), expected) << before << ' ' << value;
@@ -119,64 +82,110 @@ TEST_F(Security, ATypeKeepsTheCipherAndACipherTheType) {
 
 TEST_F(Security, TextsAreTheFirstWordOfTheirOption) {
   const std::string longest(64, 'k');
-  for (const Object &text : texts) {
-    const std::string &option = text.option;
-    EXPECT_EQ(read(text, "another line\n" + line(option, "first word") + line(option, "second")), "first");
-    EXPECT_EQ(read(text, ""), "first");
-    EXPECT_EQ(read(text, line(option, "")), "first");
-    EXPECT_EQ(read(text, line(option, "a=b'")), "a=b'");
-    EXPECT_EQ(read(text, line(option, longest + "more")), longest);
-    for (const std::string &value : {longest, std::string(), std::string("two words")}) {
-      EXPECT_EQ(set(text.write, ASN_OCTET_STR, value), 0);
-      EXPECT_EQ(shell.commands(), Commands{store(option, value)});
-    }
-    EXPECT_EQ(set(text.write, ASN_OCTET_STR, longest + "k"), SNMP_ERR_WRONGLENGTH);
-    EXPECT_EQ(shell.commands(), Commands{});
+  for (const auto &[object, option] :
+       std::initializer_list<std::pair<const char *, std::string>>{{"security_key1", "key1"},
+                                                                   {"security_key2", "key2"},
+                                                                   {"security_key3", "key3"},
+                                                                   {"security_key4", "key4"},
+                                                                   {"security_key", "key"},
+                                                                   {"security_authsecret", "auth_secret"},
+                                                                   {"security_acntsecret", "acct_secret"},
+                                                                   {"security_nasid", "nasid"}}) {
+    check(std::initializer_list<Case>{
+        {object, "first", show(option), "another line\n" + line(option, "first word") + line(option, "second")},
+        {object, "first", show(option), ""},
+        {object, "first", show(option), line(option, "")},
+        {object, "a=b'", show(option), line(option, "a=b'"), {store(option, "a=b'")}},
+        {object, longest, show(option), line(option, longest + "more"), {store(option, longest)}},
+        {object, "two words", "", "", {store(option, "two words")}},
+    });
   }
 }
 
-TEST_F(Security, ServersAreFourOctets) {
-  const std::string none(4, '\0');
-  for (const Object &server : servers) {
-    EXPECT_EQ(read(server, "another line\n" + line(server.option, "192.168.1.20")), "\xc0\xa8\x01\x14");
-    EXPECT_EQ(read(server, line(server.option, "10.0.0")), none);
-    EXPECT_EQ(read(server, line(server.option, "radius.example")), none);
-    EXPECT_EQ(read(server, ""), none);
-    EXPECT_EQ(set(server.write, ASN_IPADDRESS, "\xfe\x01\x02\x80"), 0);
-    EXPECT_EQ(shell.commands(), Commands{store(server.option, "254.1.2.128")});
-  }
-}
-
-TEST_F(Security, PortsStandInTheFirstLine) {
-  for (const Object &port : ports) {
-    EXPECT_EQ(read_number(port, line(port.option, "1812") + line(port.option, "1")), 1812);
-    EXPECT_EQ(read_number(port, "another line\n" + line(port.option, "1812")), 0);
-    EXPECT_EQ(read_number(port, line(port.option, "")), 0);
-    EXPECT_EQ(set(port.write, 65535), 0);
-    EXPECT_EQ(set(port.write, 65536), SNMP_ERR_WRONGVALUE);
-    EXPECT_EQ(shell.commands(), Commands{store(port.option, "65535")});
+TEST_F(Security, ServersAreFourOctetsAndPortsStandInTheFirstLine) {
+  for (const std::string side : {"auth", "acct"}) {
+    const std::string server = side + "_server", port = side + "_port";
+    const std::string server_object = "security_" + side + "server", port_object = "security_" + side + "port";
+    check(std::initializer_list<Case>{
+        {server_object.c_str(),
+         address(192, 168, 1, 20),
+         show(server),
+         "x\n" + line(server, "192.168.1.20"),
+         {store(server, "192.168.1.20")}},
+        {server_object.c_str(), address(0, 0, 0, 0), show(server), line(server, "10.0.0")},
+        {server_object.c_str(), address(0, 0, 0, 0), show(server), line(server, "radius.example")},
+        {port_object.c_str(), 1812, show(port), line(port, "1812") + line(port, "1"), {store(port, "1812")}},
+        {port_object.c_str(), 0, show(port), "another line\n" + line(port, "1812")},
+        {port_object.c_str(), 0, show(port), line(port, "")},
+    });
   }
 }
 
 TEST_F(Security, TheKeySlotSharesItsOptionWithThePassPhrase) {
-  EXPECT_EQ(read_number(slot, ""), 1) << "to begin with";
-  EXPECT_EQ(read_number(slot, line("key", "3")), 3);
-  EXPECT_EQ(read_number(slot, ""), 3);
-  EXPECT_EQ(read_number(slot, line("key", "pass-phrase")), 0);
-  EXPECT_EQ(read_number(slot, "another line\n" + line("key", "4")), 1);
-  EXPECT_EQ(set(write_security_keyslot, 4), 0);
-  EXPECT_EQ(shell.commands(), Commands{store("key", "4")});
+  const Case slots[] = {
+      {"security_keyslot", 3, show("key"), line("key", "3"), {store("key", "3")}},
+      {"security_keyslot", 3, show("key"), ""},
+      {"security_keyslot", 0, show("key"), line("key", "pass-phrase")},
+      {"security_keyslot", 1, show("key"), "another line\n" + line("key", "4")},
+  };
+  check(slots);
 }
 
 TEST_F(Security, WithoutItsCommandAnObjectAnswersItsPresetOrWhatItHeld) {
-  set(write_security_keyslot, 2);
-  set(write_security_key, ASN_OCTET_STR, "held");
-  shell.cannot_start();
-  for (const Object &object : {type, cipher, servers[0], servers[1], ports[0], ports[1]}) {
-    EXPECT_EQ(get(object.find, {6})->integer(), 0) << object.option;
+  set("security_keyslot", 2);
+  set("security_key", "held");
+  check_without_commands({{"security_authtype", 0},
+                          {"security_cipher", 0},
+                          {"security_authserver", 0},
+                          {"security_acctport", 0},
+                          {"security_keyslot", 2},
+                          {"security_key", "held"},
+                          {"maclist_macaddr", ""}});
+}
+
+TEST_F(Security, TheMacFilterHasAPolicyAndAList) {
+  const std::string full(1151, 'a');
+  const auto policy = [](const std::string &word) { return Commands{store("macpolicy", word)}; };
+  const Case cases[] = {
+      {"maclist_enabled", 0, show("macpolicy"), "x.macpolicy='allow'\n", policy("''")},
+      {"maclist_enabled", 1, show("macpolicy"), "x.macpolicy=allow\n", policy("allow")},
+      {"maclist_enabled", 2, show("macpolicy"), "x.macpolicy=deny\n", policy("deny")},
+      {"maclist_enabled", 0, show("macpolicy"), "x=allow\n"},
+      {"maclist_enabled", 0, show("macpolicy"), "other\nx.macpolicy=allow\n"},
+      {"maclist_macaddr", "02:11:22:33:44:55;b", show("maclist"), "x.maclist=02:11:22:33:44:55 b\nx.maclist=c\n"},
+      {"maclist_macaddr", "", show("maclist"), "something else\nx.maclist=02:11:22:33:44:55\n"},
+      {"maclist_macaddr", full, show("maclist"), "x.maclist=" + full + "more\n"},
+  };
+  check(cases);
+}
+
+TEST_F(Security, ASetReplacesTheMacListEntryByEntry) {
+  const std::string full(1151, 'a');
+  const std::pair<std::string, Commands> lists[] = {
+      {"02:11:22:33:44:55;b;c", {"02:11:22:33:44:55", "b", "c"}},
+      {full, {full}},
+      {"", {""}},
+      {"a;b;", {"a", "b", "b"}},
+      {"a;;b", {"a", "b", "b"}},
+      {";", {"", ""}},
+  };
+  for (const auto &[list, entries] : lists) {
+    Commands expected{"uci delete wireless.@wifi-iface[1].maclist"};
+    for (const std::string &entry : entries) {
+      expected.push_back("uci add_list wireless.@wifi-iface[1].maclist=\"" + entry + "\"");
+    }
+    expected.emplace_back("uci commit wireless");
+    EXPECT_EQ(set("maclist_macaddr", list), 0);
+    EXPECT_EQ(shell.commands(), expected) << list;
   }
-  EXPECT_EQ(get(var_security_keyslot, {6})->integer(), 2);
-  EXPECT_EQ(get(var_security_key, {6})->bytes, "held");
+  // There is no way back.
+  WriteMethod *write = row_write("maclist_macaddr");
+  set("maclist_macaddr", "after");
+  EXPECT_EQ(write(MODE_SET_UNDO, nullptr, ASN_OCTET_STR, 0, nullptr, nullptr, 0), 0);
+  EXPECT_STREQ(maclist_macaddr, "after");
+  std::string longest(1151, 'a');
+  maclist_macaddr_parse_config("maclist_macaddr", longest.data());
+  EXPECT_EQ(maclist_macaddr, std::string(1148, 'a') + "...");
 }
 
 }  // namespace

@@ -11,15 +11,19 @@
 
 #include "core/address.hpp"
 #include "core/value_store.hpp"
-#include "tests/unit/request.hpp"
+#include "tests/unit/objects.hpp"
 #include "tests/unit/scripted_shell.hpp"
+
+extern "C" {
+extern uint32_t dhcp_pridns;
+int set_dhcp_pridns(uint32_t);
+void dhcp_gatewayip_parse_config(const char *, char *), autoreb_param_parse_config(const char *, char *);
+}
 
 namespace {
 
-using Commands = std::vector<std::string>;
+using namespace std::string_literals;
 
-std::string number(int32_t value) { return {reinterpret_cast<const char *>(&value), sizeof value}; }
-std::string address(std::initializer_list<int> octets) { return {octets.begin(), octets.end()}; }
 std::string repeated(const std::string &piece, int count) {
   std::string text;
   while (count-- > 0) text += piece;
@@ -32,36 +36,10 @@ std::string joined(std::initializer_list<std::string> pieces) {
   return text;
 }
 
-int registrations = 0;
-
-}  // namespace
-
-extern "C" {
-
-// The agent is not there: what would be registered with it is counted.
-int register_mib(const char *, const variable *, size_t, size_t, const oid *, size_t) { return ++registrations, 0; }
-int unregister_mib(oid *, size_t) { return 0; }
-void snmpd_register_config_handler(const char *, void (*)(const char *, char *), void (*)(), const char *) {}
-void snmpd_unregister_config_handler(const char *) {}
-
-zol::FindMethod var_dhcp_server, var_dhcp_ipstart, var_dhcp_ipend, var_dhcp_netmaskip, var_dhcp_gatewayip,
-    var_dhcp_pridns, var_dhcp_secdns, var_dhcp_leaseperiod, var_lan_proto, var_wan_proto, var_dns_servers,
-    var_wan_dnsservers, var_eth1_mac, var_time_zone, var_provide_ntpserver, var_ntpserver_candidates, var_syslog_size,
-    var_syslog_srvip, var_syslog_srvport, var_snmp_server, var_ro_community, var_rw_community, var_trap_enable,
-    var_trap_srvip, var_trap_port, var_autoreb_enable, var_autoreb_param;
-WriteMethod write_dhcp_pridns, write_dns_servers, write_time_zone, write_ntpserver_candidates, write_snmp_restart,
-    write_autoreb_enable, write_autoreb_param;
-extern uint32_t dhcp_pridns;
-int set_dhcp_pridns(uint32_t);
-int get_dhcp_server(int32_t *), get_time_zone(int32_t *), get_provide_ntpserver(int32_t *), get_syslog_size(int32_t *),
-    get_snmp_server(int32_t *), get_trap_enable(int32_t *), get_trap_port(int32_t *), get_lan_proto(int32_t *);
-int get_dhcp_ipstart(uint32_t *), get_dhcp_ipend(uint32_t *), get_syslog_srvip(uint32_t *), get_trap_srvip(uint32_t *);
-int get_eth1_mac(char *), get_dns_servers(char *), get_ntpserver_candidates(char *), get_ro_community(char *);
-void init_dhcp_netmaskip(), init_dhcp_gatewayip(), init_dhcp_pridns(), init_dhcp_secdns(), init_wan_dnsservers();
-void dhcp_gatewayip_parse_config(const char *, char *), autoreb_param_parse_config(const char *, char *);
+/// What a SET of UCI options runs.
+Commands store(const std::string &package, const std::string &setting) {
+  return {joined({"uci set ", package, ".", setting, ";uci commit ", package})};
 }
-
-namespace {
 
 const std::string lan_ip = "uci show network | grep \"lan.ipaddr\"";
 const std::string start = "uci show dhcp | grep 'start'";
@@ -83,166 +61,183 @@ const std::string ntp_servers = "uci show system.ntp.server";
 const std::string reads = "uci show snmpd.main.v2read";
 const std::string serves = "uci show system | grep \"system.ntp.enable_server\"";
 
-TEST(Services, AnswerWhatTheirCommandsPrint) {
-  const struct {
-    zol::FindMethod *find;
-    std::string command, output, answer;
-  } readings[] = {
-      {var_dhcp_server, ignore, "", number(1)},
-      {var_dhcp_server, ignore, "dhcp.lan.ignore=1\n", number(2)},
-      {var_dhcp_server, ignore, "dhcp.lan.ignore=1\ndhcp.wlan.ignore=0\ndhcp.vlan.ignore=yes\n", number(1)},
-      {var_dhcp_server, ignore, "x=1\ndhcp.lan.ignore=1\n", number(1)},
-      {var_dhcp_leaseperiod, lease, "", number(720)},
-      {var_dhcp_leaseperiod, lease, "dhcp.lan.leasetime=6h\n", number(360)},
-      {var_dhcp_leaseperiod, lease, "dhcp.lan.leasetime=1d2h3m\n", number(1563)},
-      {var_dhcp_leaseperiod, lease, "dhcp.lan.leasetime=2h30m\n", number(150)},
-      {var_dhcp_leaseperiod, lease, "dhcp.lan.leasetime=1d30m\n", number(1)},
-      {var_dhcp_leaseperiod, lease, "dhcp.lan.leasetime=2d5h\n", number(120)},
-      {var_dhcp_leaseperiod, lease, "dhcp.lan.leasetime=3600\n", number(720)},
-      {var_dhcp_leaseperiod, lease, "dhcp.lan.leasetime=30m\ndhcp.vlan.leasetime=1d\n", number(30)},
-      {var_lan_proto, lan_protocol, "uci: warning\nnetwork.lan.proto=dhcp\n", number(1)},
-      {var_lan_proto, lan_protocol, "network.lan.proto=pppoe\n", number(1)},
-      {var_lan_proto, lan_protocol, "network.lan.proto=static\n", number(0)},
-      {var_wan_proto, wan_protocol, "network.wan.proto=pptp\n", number(2)},
-      {var_wan_proto, wan_protocol, "network.wan.proto=pppoe\n", number(3)},
-      {var_wan_proto, wan_protocol, "network.wan.proto=l2tp\n", number(4)},
-      {var_wan_proto, wan_protocol, "network.wan.proto=none\n", number(4)},
-      {var_dns_servers, lan_dns, "x=1\nnetwork.lan.dns=8.8.8.8 8.8.4.4\nnetwork.lan.dns=1\n", "8.8.8.8;8.8.4.4"},
-      {var_dns_servers, lan_dns, "", "8.8.8.8;8.8.4.4"},
-      // A line is read up to its 255th character, which is dropped.
-      {var_wan_dnsservers, wan_dns, "network.wan.dns=" + repeated("1 ", 128) + "\n", repeated("1;", 119)},
-      {var_eth1_mac, port, "HWaddr\nx: HWaddr 00:0a:1B:2c:3d:4e  \n", address({0, 0x0a, 0x1b, 0x2c, 0x3d, 0x4e})},
-      {var_eth1_mac, port, "eth0.1 Link encap:UNSPEC\n", std::string(6, '\0')},
-      {var_eth1_mac, port, "eth0.1: HWaddr\n", address({0, '0', '0', '0', '0', '0'})},
-      {var_provide_ntpserver, serves, "", number(2)},
-      {var_provide_ntpserver, serves, "system.ntp.enable_server=0\na=1\nb=10\n", number(1)},
-      {var_ntpserver_candidates, ntp_servers, "system.ntp.server=a b c\n", "a;b;c"},
-      {var_ntpserver_candidates, ntp_servers, "s=a\ns=b c\n\ns=d\n", "b;c"},
-      {var_ntpserver_candidates, ntp_servers, "", "b;c"},
-      {var_syslog_size, "uci show system | grep log_size", "s.log_size=64\nx.log_size=1\n", number(64)},
-      {var_syslog_size, "uci show system | grep log_size", "", number(0)},
-      {var_syslog_srvport, "uci show system | grep log_port", "s.log_port=514\n", number(514)},
-      {var_syslog_srvip, log_address, "log_ip=1.1.1.1\nlog_ip=10.2.3.4\n\nlog_ip=9.9.9.9\n", address({10, 2, 3, 4})},
-      {var_syslog_srvip, log_address, "s.log_ip=loghost\n", address({10, 2, 3, 4})},
-      {var_snmp_server, "uci show snmpd.main.enabled", "", number(2)},
-      {var_snmp_server, "uci show snmpd.main.enabled", "x\nsnmpd.main.enabled=1\n", number(1)},
-      {var_ro_community, reads, "snmpd.main.v2read=see all\n", "see"},
-      {var_ro_community, reads, "snmpd.main.v2readers=all\nsnmpd.main.v2read=more\n", "see"},
-      {var_ro_community, reads, "snmpd.main.v2read=" + std::string(90, 'r') + "\n", std::string(64, 'r')},
-      {var_rw_community, "uci show snmpd.main.v2write", "snmpd.main.v2write=change\n", "change"},
-      {var_trap_enable, "uci show snmpd.main.trapen", "snmpd.main.trapen=1\n", number(1)},
-      {var_trap_enable, "uci show snmpd.main.trapen", "snmpd.main.trapen=0\n", number(2)},
-      {var_trap_srvip, "uci show snmpd.main.trapip", "snmpd.main.trapip=10.0.0.9\n", address({10, 0, 0, 9})},
-      {var_trap_srvip, "uci show snmpd.main.trapip", "", address({0, 0, 0, 0})},
-      {var_trap_port, "uci show snmpd.main.trapport", "snmpd.main.trapport=1162\n", number(1162)},
-      {var_trap_port, "uci show snmpd.main.trapport", "", number(0)},
-  };
-  for (const auto &[find, command, output, answer] : readings) {
-    SCOPED_TRACE(testing::Message() << command << ": " << output);
-    ScriptedShell shell;
-    shell.answers(command, output);
-    EXPECT_EQ(get(find, {10, 1})->bytes, answer);
-    EXPECT_EQ(shell.commands(), Commands{command});
-  }
+const std::string log = "uci show system | grep log_";
+const std::string protocol_warning = "uci: warning\n";
+const Commands dhcp_on = {start,
+                          "uci set dhcp.lan.ignore=0;uci commit dhcp;/etc/init.d/dnsmasq enable;killall dnsmasq;"
+                          "/etc/init.d/dnsmasq start"};
+const Commands dhcp_off = {
+    "uci set dhcp.lan.ignore=1;uci commit dhcp;/etc/init.d/dnsmasq disable;/etc/init.d/dnsmasq stop"};
+const Commands ntp_on = {"/etc/init.d/sysntpd enable;/etc/init.d/sysntpd start"};
+const Commands ntp_off = {"/etc/init.d/sysntpd disable;/etc/init.d/sysntpd stop"};
+const Commands snmp_on = {"/etc/init.d/snmpd enable;uci set snmpd.main.enabled=1;uci commit snmpd"};
+const Commands snmp_off = {"/etc/init.d/snmpd disable;uci set snmpd.main.enabled=0;uci commit snmpd"};
+Commands dns_list(const std::string &side, const std::string &list) {
+  const std::string set = joined({"uci set network.", side, ".dns='", list, "'"});
+  // The commit is joined to the list, and it is meant so.
+  return {joined({"uci delete network.", side, ".dns"}), set, set + "uci commit network"};
 }
+Commands ntp_list(std::initializer_list<std::string> servers) {
+  std::string line = "uci set system.ntp.server=\"\";";
+  for (const std::string &server : servers) line += joined({"uci add_list system.ntp.server=\"", server, "\";"});
+  return {line + "uci commit system"};
+}
+
+const Case objects[] = {
+    {"dhcp_server", 1, ignore, "", dhcp_on},
+    {"dhcp_server", 2, ignore, "dhcp.lan.ignore=1\n", dhcp_off},
+    {"dhcp_server", 1, ignore, "dhcp.lan.ignore=1\ndhcp.wlan.ignore=0\ndhcp.vlan.ignore=yes\n"},
+    {"dhcp_server", 1, ignore, "x=1\ndhcp.lan.ignore=1\n"},
+    {"dhcp_ipstart", address(10, 1, 2, 77), "", "", store("dhcp", "lan.start=77")},
+    {"dhcp_ipend", address(10, 1, 2, 180), "", "", {start, store("dhcp", "lan.limit=81")[0]}},
+    {"dhcp_ipend", address(10, 1, 2, 75), "", "", {start, store("dhcp", "lan.limit=0")[0]}},
+    {"dhcp_netmaskip", address(255, 0, 0, 0), "", "", store("dhcp", "lan.netmask=255.0.0.0")},
+    {"dhcp_gatewayip", address(10, 1, 2, 3), "", "", store("network", "lan.gateway=10.1.2.3")},
+    {"dhcp_leaseperiod", 720, lease, ""},
+    {"dhcp_leaseperiod", 360, lease, "dhcp.lan.leasetime=6h\n", store("dhcp", "lan.leasetime=360m")},
+    {"dhcp_leaseperiod", 1563, lease, "dhcp.lan.leasetime=1d2h3m\n"},
+    {"dhcp_leaseperiod", 150, lease, "dhcp.lan.leasetime=2h30m\n"},
+    {"dhcp_leaseperiod", 1, lease, "dhcp.lan.leasetime=1d30m\n"},
+    {"dhcp_leaseperiod", 120, lease, "dhcp.lan.leasetime=2d5h\n"},
+    {"dhcp_leaseperiod", 720, lease, "dhcp.lan.leasetime=3600\n"},
+    {"dhcp_leaseperiod", 30, lease, "dhcp.lan.leasetime=30m\ndhcp.vlan.leasetime=1d\n"},
+    {"lan_proto", 1, lan_protocol, "uci: warning\nnetwork.lan.proto=dhcp\n", {"uci set network.lan.proto=dhcp"}},
+    {"lan_proto", 1, lan_protocol, "network.lan.proto=pppoe\n"},
+    {"lan_proto", 0, lan_protocol, "network.lan.proto=static\n", {"uci set network.lan.proto=static"}},
+    {"wan_proto", 2, wan_protocol, "network.wan.proto=pptp\n", store("network", "wan.proto=pptp")},
+    {"wan_proto", 3, wan_protocol, "network.wan.proto=pppoe\n", store("network", "wan.proto=pppoe")},
+    {"wan_proto", 4, wan_protocol, "network.wan.proto=l2tp\n", store("network", "wan.proto=l2tp")},
+    {"wan_proto", 4, wan_protocol, "network.wan.proto=none\n"},
+    {"dns_servers", "8.8.8.8;8.8.4.4", lan_dns, "x=1\nnetwork.lan.dns=8.8.8.8 8.8.4.4\nnetwork.lan.dns=1\n",
+     dns_list("lan", "8.8.8.8 8.8.4.4")},
+    {"dns_servers", repeated("1;", 128), "", "", dns_list("lan", repeated("1 ", 128))},
+    // A line is read up to its 255th character, which is dropped.
+    {"wan_dnsservers", repeated("1;", 119), wan_dns, "network.wan.dns=" + repeated("1 ", 128) + "\n"},
+    {"wan_dnsservers", "1.1.1.1;9.9.9.9", "", "", dns_list("wan", "1.1.1.1 9.9.9.9")},
+    {"eth1_mac", "\x00\x0a\x1b\x2c\x3d\x4e"s, port, "HWaddr\nx: HWaddr 00:0a:1B:2c:3d:4e  \n"},
+    {"eth1_mac", "\0\0\0\0\0\0"s, port, "eth0.1 Link encap:UNSPEC\n"},
+    {"eth1_mac", "\0\x30\x30\x30\x30\x30"s, port, "eth0.1: HWaddr\n"},
+    {"ntp_client", 2, "", "", ntp_off},
+    {"ntp_client", 1, "", "", ntp_on},
+    {"provide_ntpserver", 2, serves, "", store("system", "ntp.enable_server=0")},
+    {"provide_ntpserver", 1, serves, "system.ntp.enable_server=0\na=1\nb=10\n", store("system", "ntp.enable_server=1")},
+    {"ntpserver_candidates", "a;b;c", ntp_servers, "system.ntp.server=a b c\n", ntp_list({"a", "b", "c"})},
+    {"ntpserver_candidates", "b;c", ntp_servers, "s=a\ns=b c\n\ns=d\n"},
+    // Empty fields are counted but not taken: a server behind one is added again.
+    {"ntpserver_candidates", "a;;b", "", "", ntp_list({"a", "b", "b"})},
+    {"ntpserver_candidates", ";a", "", "", ntp_list({"a", "a"})},
+    {"ntpserver_candidates", ";", "", "", ntp_list({"", ""})},
+    {"ntpserver_candidates",
+     repeated("1;", 128),
+     "",
+     "",
+     {joined({"uci set system.ntp.server=\"\";", repeated("uci add_list system.ntp.server=\"1\";", 129),
+              "uci commit system"})}},
+    {"syslog_size", 64, log + "size", "s.log_size=64\nx.log_size=1\n", store("system", "@system[0].log_size=64")},
+    {"syslog_size", 0, log + "size", ""},
+    {"syslog_srvport", 514, log + "port", "s.log_port=514\n", store("system", "@system[0].log_port=514")},
+    {"syslog_srvip", address(10, 2, 3, 4), log + "ip", "log_ip=1.1.1.1\nlog_ip=10.2.3.4\n\nlog_ip=9.9.9.9\n",
+     store("system", "@system[0].log_ip=10.2.3.4")},
+    {"syslog_srvip", address(10, 2, 3, 4), log + "ip", "s.log_ip=loghost\n"},
+    {"snmp_server", 2, "uci show snmpd.main.enabled", "", snmp_off},
+    {"snmp_server", 1, "uci show snmpd.main.enabled", "x\nsnmpd.main.enabled=1\n", snmp_on},
+    {"ro_community", "see", reads, "snmpd.main.v2read=see all\n", store("snmpd", "main.v2read='see'")},
+    {"ro_community", "see", reads, "snmpd.main.v2readers=all\nsnmpd.main.v2read=more\n"},
+    {"ro_community", std::string(64, 'r'), reads, "snmpd.main.v2read=" + std::string(90, 'r') + "\n"},
+    {"rw_community", "change", "uci show snmpd.main.v2write", "snmpd.main.v2write=change\n",
+     store("snmpd", "main.v2write='change'")},
+    {"trap_enable", 1, "uci show snmpd.main.trapen", "snmpd.main.trapen=1\n", store("snmpd", "main.trapen=1")},
+    {"trap_enable", 2, "uci show snmpd.main.trapen", "snmpd.main.trapen=0\n", store("snmpd", "main.trapen=0")},
+    {"trap_srvip", address(10, 0, 0, 9), "uci show snmpd.main.trapip", "snmpd.main.trapip=10.0.0.9\n",
+     store("snmpd", "main.trapip=10.0.0.9")},
+    {"trap_srvip", address(0, 0, 0, 0), "uci show snmpd.main.trapip", ""},
+    {"trap_port", 1162, "uci show snmpd.main.trapport", "snmpd.main.trapport=1162\n",
+     store("snmpd", "main.trapport=1162")},
+    {"trap_port", 0, "uci show snmpd.main.trapport", ""},
+};
+
+TEST(Services, ObjectsReadAndRunTheirCommands) { check(objects); }
 
 TEST(Services, ThePoolLiesInTheNetworkOfTheLan) {
   const struct {
     std::string lan_ip, start, limit;
-    std::string first, last;
+    Value first, last;
   } pools[] = {
-      {"l.ipaddr=10.1.2.3\n", "x\ns.start=20\ns.start=7\n", "s.limit=50\n", address({10, 1, 2, 20}),
-       address({10, 1, 2, 69})},
-      {"", "", "", address({0, 0, 0, 100}), address({0, 0, 0, 249})},
-      {"ip=10.1.2.3\n", "start=106\n", "", address({10, 1, 2, 106}), address({10, 1, 2, 254})},
-      {"ip=10.1.2.3\n", "start=300\n", "", address({10, 1, 3, 44}), address({10, 1, 2, 254})},
-      {"ip=10.1.2.3\n", "s=0\n", "l=0\n", address({10, 1, 2, 0}), address({255, 255, 255, 255})},
+      {"l.ipaddr=10.1.2.3\n", "x\ns.start=20\ns.start=7\n", "s.limit=50\n", address(10, 1, 2, 20),
+       address(10, 1, 2, 69)},
+      {"", "", "", address(0, 0, 0, 100), address(0, 0, 0, 249)},
+      {"ip=10.1.2.3\n", "start=106\n", "", address(10, 1, 2, 106), address(10, 1, 2, 254)},
+      {"ip=10.1.2.3\n", "start=300\n", "", address(10, 1, 3, 44), address(10, 1, 2, 254)},
+      {"ip=10.1.2.3\n", "s=0\n", "l=0\n", address(10, 1, 2, 0), address(255, 255, 255, 255)},
   };
   for (const auto &pool : pools) {
     SCOPED_TRACE(pool.lan_ip + pool.start + pool.limit);
     ScriptedShell shell;
     shell.answers(lan_ip, pool.lan_ip).answers(start, pool.start).answers(limit, pool.limit);
-    EXPECT_EQ(get(var_dhcp_ipstart, {10, 2})->bytes, pool.first);
+    EXPECT_EQ(get("dhcp_ipstart"), pool.first);
     EXPECT_EQ(shell.commands(), (Commands{lan_ip, start}));
-    EXPECT_EQ(get(var_dhcp_ipend, {10, 3})->bytes, pool.last);
+    EXPECT_EQ(get("dhcp_ipend"), pool.last);
     EXPECT_EQ(shell.commands(), (Commands{start, limit, lan_ip}));
   }
 }
 
-TEST(Services, TheLongestListsAreWrittenWhole) {
-  const std::string list = repeated("1;", 128);
-  const std::string stored = "uci set network.lan.dns='" + repeated("1 ", 128) + "'";
+TEST(Services, WithoutCommandsReadersKeepTheirPresets) {
   ScriptedShell shell;
-  EXPECT_EQ(set(write_dns_servers, ASN_OCTET_STR, list), 0);
-  EXPECT_EQ(shell.commands(), (Commands{"uci delete network.lan.dns", stored, stored + "uci commit network"}));
-  EXPECT_EQ(set(write_ntpserver_candidates, ASN_OCTET_STR, list), 0);
-  EXPECT_EQ(shell.commands(), Commands{"uci set system.ntp.server=\"\";" +
-                                       repeated("uci add_list system.ntp.server=\"1\";", 129) + "uci commit system"});
-}
-
-TEST(Services, WithoutCommandsReadersSaySoAndKeepTheirPresets) {
-  ScriptedShell shell;
+  set("ntpserver_candidates", "held");
+  check_without_commands({{"dhcp_server", 1},
+                          {"dhcp_leaseperiod", 720},
+                          {"time_zone", -1},
+                          {"provide_ntpserver", 2},
+                          {"syslog_size", 0},
+                          {"snmp_server", 2},
+                          {"trap_enable", 2},
+                          {"trap_port", 0},
+                          {"ntpserver_candidates", "held"},
+                          {"eth1_mac", "\0\0\0\0\0\0"s}});
   shell.cannot_start();
-  const std::tuple<int (*)(int32_t *), int32_t> numbers[] = {
-      {get_dhcp_server, 1}, {get_dhcp_leaseperiod, 720}, {get_lan_proto, 99},
-      {get_time_zone, -1},  {get_provide_ntpserver, 2},  {get_syslog_size, 0},
-      {get_snmp_server, 2}, {get_trap_enable, 2},        {get_trap_port, 0}};
-  for (const auto &[read, preset] : numbers) {
-    int32_t value = 99;
-    EXPECT_EQ(read(&value), -1);
-    EXPECT_EQ(value, preset);
-  }
-  const std::tuple<int (*)(uint32_t *), uint32_t> addresses[] = {
-      {get_lan_ip, 99},     {get_ipstart_number, 100}, {get_released_ip_number, 150}, {get_dhcp_ipstart, 99},
-      {get_dhcp_ipend, 99}, {get_syslog_srvip, 99},    {get_trap_srvip, 99}};
-  for (const auto &[read, preset] : addresses) {
-    uint32_t value = 99;
-    EXPECT_EQ(read(&value), -1);
-    EXPECT_EQ(value, preset);
-  }
-  for (auto *read : {get_dns_servers, get_ntpserver_candidates, get_ro_community, get_eth1_mac}) {
-    char text[257] = "kept";
-    EXPECT_EQ(read(text), -1);
-    EXPECT_STREQ(text, read == get_eth1_mac ? "" : "kept");
-  }
   // The setter fails, but the manager is not told, and the value is taken.
   EXPECT_EQ(set_dhcp_pridns(1), -1);
-  EXPECT_EQ(set(write_dhcp_pridns, ASN_IPADDRESS, address({10, 1, 2, 3})), 0);
+  EXPECT_EQ(set("dhcp_pridns", address(10, 1, 2, 3)), 0);
   EXPECT_EQ(dhcp_pridns, 0x0A010203U);
 }
 
 TEST(Services, WhatTheClientsAreToldIsReadWhenTheModuleStarts) {
-  const struct {
-    void (*init)();
-    zol::FindMethod *find;
-    Commands commands;
-    std::string answer;
-  } modules[] = {
-      {init_dhcp_netmaskip, var_dhcp_netmaskip, {netmask, dhcp_netmask}, address({255, 255, 0, 0})},
-      {init_dhcp_gatewayip, var_dhcp_gatewayip, {gateway}, address({10, 1, 2, 254})},
-      {init_dhcp_pridns, var_dhcp_pridns, {dns}, address({9, 9, 9, 9})},
-      {init_dhcp_secdns, var_dhcp_secdns, {dns}, address({8, 8, 8, 8})},
+  const std::tuple<const char *, Commands, Value> modules[] = {
+      {"dhcp_netmaskip", {netmask, dhcp_netmask}, address(255, 255, 0, 0)},
+      {"dhcp_gatewayip", {gateway}, address(10, 1, 2, 254)},
+      {"dhcp_pridns", {dns}, address(9, 9, 9, 9)},
+      {"dhcp_secdns", {dns}, address(8, 8, 8, 8)},
+      {"wan_dnsservers", {wan_dns}, ""},
   };
-  for (const auto &[init, find, commands, answer] : modules) {
-    registrations = 0;
+  for (const auto &[object, commands, answer] : modules) {
+    const zol::Module &module = *row_of(object).module;
     ScriptedShell shell;
-    shell.answers(netmask, "network.lan.netmask=255.255.255.0\n")
-        .answers(dhcp_netmask, "dhcp.lan.netmask=255.255.0.0\n");
-    shell.answers(gateway, "network.lan.gateway=10.1.2.254\n").answers(dns, "network.lan.dns=9.9.9.9 8.8.8.8\n");
-    init();
+    shell.answers(netmask, "network.lan.netmask=255.255.255.0\n").answers(gateway, "lan.gateway=10.1.2.254\n");
+    shell.answers(dhcp_netmask, "dhcp.lan.netmask=255.255.0.0\n").answers(dns, "network.lan.dns=9.9.9.9 8.8.8.8\n");
+    EXPECT_EQ(registrations_of(module), 1);
     EXPECT_EQ(shell.commands(), commands);
-    EXPECT_EQ(get(find, {10, 4})->bytes, answer);
-    EXPECT_EQ(shell.commands(), Commands{});
-    EXPECT_EQ(registrations, 1);
     shell.cannot_start();
-    init();
-    EXPECT_EQ(registrations, 1);
+    // The last one registers whether it can be read or not.
+    EXPECT_EQ(registrations_of(module), object == std::string("wan_dnsservers") ? 1 : 0) << object;
+    if (answer.type == ASN_IPADDRESS) {
+      EXPECT_EQ(get(object), answer);
+    }
   }
-  // Others register whether they can be read or not.
-  ScriptedShell shell;
-  shell.cannot_start();
-  init_wan_dnsservers();
-  EXPECT_EQ(registrations, 2);
+}
+
+TEST(Services, ADnsServerKeepsTheOther) {
+  const std::tuple<const char *, std::string, std::string> servers[] = {
+      {"dhcp_pridns", "network.lan.dns=8.8.8.8 9.9.9.9\n", "\"10.0.200.255 9.9.9.9\""},
+      {"dhcp_pridns", "network.lan.dns=8.8.8.8\n", "10.0.200.255"},
+      {"dhcp_secdns", "network.lan.dns=8.8.8.8\n", "\"8.8.8.8 10.0.200.255\""},
+      {"dhcp_secdns", "", "\"0.0.0.0 10.0.200.255\""},
+  };
+  for (const auto &[object, present, written] : servers) {
+    ScriptedShell shell;
+    shell.answers(dns, present);
+    EXPECT_EQ(set(object, address(10, 0, 200, 255)), 0);
+    EXPECT_EQ(shell.commands(), (Commands{dns, store("network", "lan.dns=" + written)[0]})) << present;
+  }
 }
 
 TEST(Services, TheGatewaysTokenPrintsItsText) {
@@ -278,7 +273,7 @@ TEST(TimeZones, HaveTheirRows) {
 TEST(TimeZones, EveryRowComesBackAsItWasSet) {
   for (int32_t row = 0; row < 405; ++row) {
     ScriptedShell shell;
-    ASSERT_EQ(set(write_time_zone, row), 0);
+    ASSERT_EQ(set("time_zone", row), 0);
     std::string rule(gTimezone[row].rule, strnlen(gTimezone[row].rule, 40));
     if (row == 370) rule += "Pacific/Chuuk";
     const std::string name = gTimezone[row].name;
@@ -286,7 +281,7 @@ TEST(TimeZones, EveryRowComesBackAsItWasSet) {
               Commands{joined({"uci set system.@system[0].timezone='", rule, "';uci set system.@system[0].zonename='",
                                name, "';uci commit system"})});
     shell.answers(zone, joined({"s.timezone=", rule, "\ns.zonename=", name, "\n"}));
-    EXPECT_EQ(get(var_time_zone, {14, 2})->integer(), row) << name;
+    EXPECT_EQ(get("time_zone")->integer(), row) << name;
   }
 }
 
@@ -302,20 +297,20 @@ TEST(TimeZones, PartsOfTextsMatch) {
   for (const auto &[output, row] : cases) {
     ScriptedShell shell;
     shell.answers(zone, output);
-    EXPECT_EQ(get(var_time_zone, {14, 2})->integer(), row) << output;
+    EXPECT_EQ(get("time_zone")->integer(), row) << output;
     EXPECT_EQ(shell.commands(), Commands{zone});
   }
   ScriptedShell shell;
-  EXPECT_EQ(set(write_time_zone, -1), 0);
+  EXPECT_EQ(set("time_zone", -1), 0);
   EXPECT_EQ(
       shell.commands(),
       Commands{"uci set system.@system[0].timezone='UTC';uci delete system.@system[0].zonename;uci commit system"});
 }
 
 TEST(SnmpService, ARestartIsAskedForOnlyByOne) {
-  EXPECT_EQ(set(write_snmp_restart, 0), 0);
+  EXPECT_EQ(set("snmp_restart", 0), 0);
   EXPECT_EQ(netsnmp_running, 1);
-  EXPECT_EQ(set(write_snmp_restart, 1), 0);
+  EXPECT_EQ(set("snmp_restart", 1), 0);
   EXPECT_EQ(netsnmp_running, 0);
   EXPECT_EQ(is_reset, 1);
   netsnmp_running = 1;
@@ -325,17 +320,17 @@ TEST(AutomaticReboot, RunsTheWatchdogWithTheScheduleThatIsKept) {
   std::string folder = testing::TempDir() + "services-XXXXXX";
   setenv("ZOLARC_VALUE_STORE", (mkdtemp(folder.data()) + std::string("/values")).c_str(), 1);
   ScriptedShell shell;
-  const auto schedule = [](const std::string &text) { return set(write_autoreb_param, ASN_OCTET_STR, text); };
+  const auto schedule = [](const std::string &text) { return set("autoreb_param", text); };
 
-  EXPECT_EQ(get(var_autoreb_enable, {18, 1})->integer(), 0);
-  EXPECT_EQ(set(write_autoreb_enable, 1), 0);
-  EXPECT_EQ(get(var_autoreb_enable, {18, 1})->integer(), 1);
+  EXPECT_EQ(get("autoreb_enable")->integer(), 0);
+  EXPECT_EQ(set("autoreb_enable", 1), 0);
+  EXPECT_EQ(get("autoreb_enable")->integer(), 1);
   EXPECT_EQ(shell.commands(), Commands{});
   EXPECT_EQ(schedule("--by-time=03:30"), 0);
   EXPECT_EQ(schedule("--by-hour=9"), 0);
   EXPECT_EQ(shell.commands(), (Commands{"kill `pidof wdog`;/etc/autoreboot_by_time 03:30",
                                         "kill `pidof wdog`;/etc/autoreboot_by_hour 9"}));
-  EXPECT_EQ(set(write_autoreb_enable, 2), 0);
+  EXPECT_EQ(set("autoreb_enable", 2), 0);
   EXPECT_EQ(shell.commands(), (Commands{"wdog --test=1 \"~;1;6:n;~;2;1:0;s;e\" path=/etc", "kill `pidof wdog`"}));
   EXPECT_EQ(schedule("--by-time=99:99"), 0);
   EXPECT_EQ(schedule("--by-hour=xx"), 0);
@@ -345,11 +340,10 @@ TEST(AutomaticReboot, RunsTheWatchdogWithTheScheduleThatIsKept) {
         "--by-hour=123", "--by-hour==9=", "--by-hour9==", "--by-days=12", "x--by-time=", ""}) {
     EXPECT_EQ(schedule(text), SNMP_ERR_WRONGLENGTH) << text;
   }
-  EXPECT_EQ(set(write_autoreb_param, ASN_INTEGER, number(1)), SNMP_ERR_WRONGTYPE);
-  EXPECT_EQ(get(var_autoreb_param, {18, 2})->bytes, "--by-hour=23");
+  EXPECT_EQ(get("autoreb_param")->bytes, "--by-hour=23");
   char half[] = "--by-hour";
   autoreb_param_parse_config("autoreb_param", half);
-  EXPECT_EQ(set(write_autoreb_enable, 1), 0);
+  EXPECT_EQ(set("autoreb_enable", 1), 0);
   EXPECT_EQ(shell.commands(), Commands{});
   std::filesystem::remove_all(folder);
 }

@@ -6,7 +6,7 @@
 #include <map>
 
 #include "core/clock.hpp"
-#include "tests/unit/request.hpp"
+#include "tests/unit/objects.hpp"
 #include "tests/unit/scripted_shell.hpp"
 
 extern "C" {
@@ -19,8 +19,6 @@ namespace {
 
 using namespace std::string_literals;
 
-using Commands = std::vector<std::string>;
-
 const std::string top = "top -b -n 1 | grep \"CPU:\"";
 const std::string up_1 = "ifconfig | grep eth0.1";
 const std::string up_2 = "ifconfig | grep eth0.2";
@@ -32,57 +30,43 @@ const std::string messages_2 =
 const std::string is_up_1 = "eth0.1    Link encap:Ethernet  HWaddr 00:03:7F:0A:B1:C2  \n";
 const std::string is_up_2 = "eth0.2    Link encap:Ethernet  HWaddr 00:03:7f:0a:b1:c3  \n";
 
-/// The answer of the object with this magic. Where the object is registered does not matter to the find function.
-std::string ask(unsigned char magic) {
-  const auto answer = get(var_zolwrt, {9, 9}, magic);
-  return answer ? answer->bytes : "no object";
-}
+const Case objects[] = {
+    {"cpu_percent_used", "14.0%", top, "CPU:   7% usr   2% sys   1% nic  86% idle   2% io   1% irq   1% sirq\n"},
+    {"cpu_percent_free", "97.3%", top, "CPU:  0.5% usr  2.2% sys  0.0% nic 97.3% idle  0.0% io  0.0% irq  0.0% sirq\n"},
+    {"cpu_percent_used", "100.0%", top, "CPU: 100% usr 0% sys 0% nic 0% idle 0% io 0% irq 0% sirq\n"},
+    {"cpu_percent_used", "0.0%", top, "CPU:  7.0% usr  2.0% sys\n"},
+    {"cpu_percent_free", "0.0%", top, ""},
+    {"ld_version", "2.6.31-LSDK-9.2.0_U", "uname -a", "Linux ap 2.6.31-LSDK-9.2.0_U11.14 #1 Mon mips GNU/Linux\n"},
+    {"ld_version", "2.6.31-LSDK-9.2.0_U", "uname -a", "Linux ap\n"},
+    {"lan_ip", address(192, 168, 1, 20), "uci show network.lan.ipaddr", "network.lan.ipaddr=192.168.1.20\n"},
+    {"wan_netmask", address(0, 0, 0, 0), "uci show network.wan.netmask", ""},
+    {"eth2_rx_bytes", 0, up_2, ""},
+    {"eth2_mac", "\x00\x03\x7f\x0a\xb1\xc3"s, hardware, "eth0.2:1 alias\n" + is_up_2},
+    {"eth2_mac", std::string(6, '\0'), hardware, "eth0.2    Link encap:UNSPEC\n"},
+    {"reboot_device", 1, "", "", {"reboot"}},
+    {"reboot_device", 0, "", "", nothing},
+    {"reboot_device", -1, "", "", nothing},
+};
 
-std::string number(int32_t value) { return {reinterpret_cast<const char *>(&value), sizeof value}; }
+TEST(Status, ObjectsReadAndRunTheirCommands) { check(objects); }
 
-TEST(Status, ObjectsAnswerWhatTheirCommandsPrint) {
+TEST(Status, CountersAreThoseOfAPortThatIsUp) {
   const struct {
-    const char *object;
-    unsigned char magic;
-    std::vector<std::pair<std::string, std::string>> session;
-    std::string answer;
-  } readings[] = {
-      {"busy", 1, {{top, "CPU:   7% usr   2% sys   1% nic  86% idle   2% io   1% irq   1% sirq\n"}}, "14.0%"},
-      {"idle", 2, {{top, "CPU:  0.5% usr  2.2% sys  0.0% nic 97.3% idle  0.0% io  0.0% irq  0.0% sirq\n"}}, "97.3%"},
-      {"wholly busy", 1, {{top, "CPU: 100% usr 0% sys 0% nic 0% idle 0% io 0% irq 0% sirq\n"}}, "100.0%"},
-      {"load in part", 1, {{top, "CPU:  7.0% usr  2.0% sys\n"}}, "0.0%"},
-      {"load not printed", 2, {{top, ""}}, "0.0%"},
-      {"kernel",
-       31,
-       {{"uname -a", "Linux ap 2.6.31-LSDK-9.2.0_U11.14 #1 Mon mips GNU/Linux\n"}},
-       "2.6.31-LSDK-9.2.0_U"},
-      {"kernel, kept", 31, {{"uname -a", "Linux ap\n"}}, "2.6.31-LSDK-9.2.0_U"},
-      {"LAN address", 4, {{"uci show network.lan.ipaddr", "network.lan.ipaddr=192.168.1.20\n"}}, "\xc0\xa8\x01\x14"},
-      {"WAN netmask", 52, {{"uci show network.wan.netmask", ""}}, std::string(4, '\0')},
-      {"received",
-       55,
-       {{up_1, is_up_1}, {"ifconfig eth0.1", "X\n  RX bytes:3000000000 (2.7 GiB)\n"}},
-       number(-1294967296)},
-      {"transmitted",
-       56,
-       {{up_2, is_up_2}, {"ifconfig eth0.2", "  RX bytes:17 (17.0 B)  TX bytes:42 (42.0 B)\n"}},
-       number(42)},
-      {"receive errors", 64, {{up_2, is_up_2}, {"ifconfig eth0.2", "  RX bytes:17 errors:5 dropped:0\n"}}, number(5)},
-      {"errors that are not there", 63, {{up_1, is_up_1}, {"ifconfig eth0.1", "  TX bytes:17 (17.0 B)\n"}}, number(0)},
-      {"counter of a port that is down", 57, {{up_2, ""}}, number(0)},
-      {"MAC", 10, {{hardware, "eth0.2:1 alias\n" + is_up_2}}, "\x00\x03\x7f\x0a\xb1\xc3"s},
-      {"MAC not shown", 10, {{hardware, "eth0.2    Link encap:UNSPEC\n"}}, std::string(6, '\0')},
+    const char *object, *output;
+    int32_t value;
+  } counters[] = {
+      {"eth1_rx_bytes", "X\n  RX bytes:3000000000 (2.7 GiB)\n", -1294967296},
+      {"eth1_tx_bytes", "  RX bytes:17 (17.0 B)  TX bytes:42 (42.0 B)\n", 42},
+      {"eth1_rx_errors", "  RX bytes:17 errors:5 dropped:0\n", 5},
+      {"eth1_tx_errors", "  RX bytes:17 errors:5 TX bytes:17 errors:6\n", 6},
+      {"eth1_tx_errors", "  TX bytes:17 (17.0 B)\n", 0},
   };
-  for (const auto &reading : readings) {
-    SCOPED_TRACE(reading.object);
+  for (const auto &[object, output, value] : counters) {
+    registered_rows();
     ScriptedShell shell;
-    Commands expected;
-    for (const auto &[command, output] : reading.session) {
-      shell.answers(command, output);
-      expected.push_back(command);
-    }
-    EXPECT_EQ(ask(reading.magic), reading.answer);
-    EXPECT_EQ(shell.commands(), expected);
+    shell.answers(up_1, is_up_1).answers("ifconfig eth0.1", output);
+    EXPECT_EQ(get(object), Value(value)) << output;
+    EXPECT_EQ(shell.commands(), (Commands{up_1, "ifconfig eth0.1"}));
   }
 }
 
@@ -138,32 +122,35 @@ TEST(Status, LinkTimeIsThatOfTheLastUpMessage) {
     SCOPED_TRACE(story);
     ScriptedShell shell;
     shell.answers(up_1, is_up_1).answers(messages_1, messages);
-    const std::string link_time = ask(58);
+    const std::string link_time = get("eth1_link_time")->bytes;
     EXPECT_EQ(shell.commands(), (Commands{up_1, messages_1}));
     EXPECT_EQ(link_time.substr(0, 14), "0 Days 00:00:0");
     // The clock may have moved on since the test began.
     EXPECT_EQ(link_time.back() >= '5', connected) << link_time;
-    EXPECT_EQ(ask(60), number(connected ? 1 : 0));
+    EXPECT_EQ(get("eth1_connected"), Value(connected ? 1 : 0));
   }
   // Each port is told by the messages of the other number.
   ScriptedShell shell;
   shell.answers(up_2, is_up_2).answers(messages_2, message(1, since, "port1 up"));
-  EXPECT_EQ(ask(61), number(1));
+  EXPECT_EQ(get("eth2_connected"), Value(1));
   EXPECT_EQ(shell.commands(), (Commands{up_2, messages_2}));
 }
 
 TEST(Status, WithoutCommandsEveryObjectFallsBack) {
+  registered_rows();
   strcpy(cpu_percent_used, "1.5%");
   strcpy(ld_version, "3.3.8");
   zol_rx_bytes = 7;
+  check_without_commands({{"cpu_percent_used", "1.5%"},
+                          {"ld_version", "3.3.8"},
+                          {"lan_ip", address(127, 0, 0, 1)},
+                          {"lan_gateway", address(127, 0, 0, 1)},
+                          {"eth1_connected", 0},
+                          {"eth1_rx_bytes", 0},
+                          {"eth1_link_time", "0 Days 00:00:00"},
+                          {"eth2_mac", std::string(6, '\0')}});
   ScriptedShell shell;
   shell.cannot_start();
-  const std::map<unsigned char, std::string> answers = {
-      {1, "1.5%"},     {31, "3.3.8"},   {4, "\x7f\x00\x00\x01"s}, {11, "\x7f\x00\x00\x01"s},
-      {60, number(0)}, {55, number(0)}, {58, "0 Days 00:00:00"},  {10, std::string(6, '\0')},
-  };
-  for (const auto &[magic, answer] : answers) EXPECT_EQ(ask(magic), answer) << int{magic};
-
   float busy = 1, idle = 2;
   int32_t status = 1;
   uint32_t out = 1;
@@ -180,14 +167,13 @@ TEST(Status, WithoutCommandsEveryObjectFallsBack) {
 TEST(Status, RatesAreTruncatedTowardsZero) {
   eth1_rx_rate = 1234.9F;
   eth2_tx_rate = -7.9F;
-  EXPECT_EQ(ask(66), number(1234));
-  EXPECT_EQ(ask(69), number(-7));
+  EXPECT_EQ(get("eth1_rx_rate"), Value(1234));
+  EXPECT_EQ(get("eth2_tx_rate"), Value(-7));
 }
 
-TEST(Status, AnswersOnlyKnownObjectsOfARunningAgent) {
-  EXPECT_EQ(ask(12), "no object");
+TEST(Status, AnswersOnlyWhileTheAgentRuns) {
   netsnmp_running = 0;
-  EXPECT_EQ(ask(66), "no object");
+  EXPECT_FALSE(get("eth1_rx_rate"));
   netsnmp_running = 1;
 }
 
