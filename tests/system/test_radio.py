@@ -2,10 +2,7 @@
 
 from __future__ import annotations
 
-import pytest
-
-from testbed.device import FIRST_MODULE, Agent, Device
-from testbed.snmp import SnmpError
+from testbed.device import Agent, Device
 
 BARE = """
 config wifi-device 'wifi0'
@@ -87,25 +84,6 @@ def test_a_radio_is_configured_from_nothing(device: Device, agent: Agent) -> Non
     assert device.read("/etc/config/wireless").strip() == CONFIGURED.strip()
 
 
-def test_every_type_with_every_cipher(device: Device, agent: Agent) -> None:
-    for kind, name in enumerate(["none", "wep-open", "wep-shared", "psk", "psk2", "psk-mixed", "wpa", "wpa2"]):
-        for cipher, suffix in enumerate(["", "+ccmp", "+tkip+ccmp"]):
-            agent.set_many([("6.2.0", "i", kind), ("6.8.0", "i", cipher)])
-            wanted = name + suffix if kind > 2 else name
-            assert device.uci("get wireless.@wifi-iface[0].encryption").strip() == wanted
-            answers = [value.value for value in agent.get_many(["6.2.0", "6.8.0"])]
-            assert answers == [kind, cipher if kind > 2 else 0], wanted
-
-
-def test_every_rate(device: Device, agent: Agent) -> None:
-    legacy = [0x0B, 0x0F, 0x0A, 0x0E, 0x09, 0x0D, 0x08, 0x0C]
-    masks = ["auto"] + [f"0x{octet:02x}" + f"{octet:02x}" * 3 for octet in [*legacy, *range(0x80, 0x90)]]
-    for rate in range(33):
-        agent.set("3.1.7.0", "i", rate)
-        assert device.uci("get wireless.@wifi-iface[0].manrate").strip() == masks[min(rate, 24)]
-        assert agent.get("3.1.7.0").value == min(rate, 24)
-
-
 def test_interfaces_that_exist_and_interfaces_that_do_not(device: Device, agent: Agent) -> None:
     modes, names = [0, 1, 0, 3, 4], [b"Harbour Lobby", b"warehouse", b"guest", b"bridge-north", b"uplink"]
     types = [4, 7, 0, 1, 5]
@@ -115,31 +93,3 @@ def test_interfaces_that_exist_and_interfaces_that_do_not(device: Device, agent:
         assert [value.value for value in agent.get_many(["3.1.2.0", "3.1.4.0", "6.2.0"])] == expected, index
     agent.set("3.1.1.0", "i", 1)
     assert agent.get("3.1.6.0").value == 0, "wifi1 chooses its channel itself"
-    for oid, value in [("3.1.1.0", 16), ("3.1.6.0", 0), ("3.1.16.0", 2), ("6.1.0", 16), ("12.1.0", -1)]:
-        with pytest.raises(SnmpError, match="wrongValue"):
-            agent.set(oid, "i", value)
-
-
-def test_a_walk_runs_each_command_once(device: Device) -> None:
-    own = [name for name in device.modules() if name.startswith(("wlan_", "chann_", "security_", "maclist_"))]
-    agent = device.start_agent([FIRST_MODULE, *(name for name in own if not name.startswith("wlan_status"))])
-    iface = "uci show wireless.@wifi-iface[0]."
-    security = ["encryption", "key", "key1", "key2", "key3", "key4", "encryption", "key", "auth_server", "auth_port",
-                "auth_secret", "acct_server", "acct_port", "acct_secret", "nasid"]  # fmt: skip
-    walks = {
-        "3.1": [
-            r'uci show wireless | grep "wifi-iface\[0\]"', "iwinfo ath0 info",
-            r'uci show wireless | grep "iface\[0\].ssid="', 'uci show wireless | grep "wifi0.country="',
-            "uci show wireless.wifi0.channel", r'uci show wireless | grep "\[0\].manrate"',
-            "uci show wireless.wifi0.bintval", iface + "rts", iface + "shortgi",
-            r"uci show wireless | grep '\[0\].hidden'", "uci show wireless.wifi0.txpower",
-            "uci show wireless.wifi0.chainmask", "uci show wireless | grep 'wifi0.hwmode'",
-            "uci show wireless.wifi0.autoack", "uci show wireless.wifi0.distance",
-        ],
-        "6": [iface + option for option in security],
-        "12": [iface + "macpolicy", iface + "maclist"],
-    }  # fmt: skip
-    for root, commands in walks.items():
-        device.clear_journal()
-        agent.walk(root)
-        assert device.shell_lines() == commands, root

@@ -23,13 +23,6 @@ COLUMNS = [
     ("ifconfig {}", "rx_bytes"), ("ifconfig {}", "rx_errors"), ("iwconfig {}", "rx_invalid_nwid"),
     ("iwconfig {}", "rx_invalid_crypt"), ("iwconfig {}", "rx_invalid_frag"),
 ]  # fmt: skip
-TOKENS = [
-    "zol_wlan_mac", "zol_acktimeout_current", "zol_dfs_status", "zol_bit_rate", "zol_assoc_count", "zol_wlan_bssid",
-    "zol_wlantx_packets", "zol_wlantx_bytes", "zol_wlantx_errors", "zol_txexcess_retries", "zol_missed_beacons",
-    "zol_wlanrx_packets", "zol_wlanrx_bytes", "zol_wlanrx_errors", "zol_rx_invalidNwid", "zol_rx_invalidCrypt",
-    "zol_rx_invalidFrag", "zol_ssid_name", "zol_fre_scan", "zol_mac_scan", "zol_rssi_scan", "zol_host_active",
-    "zol_lease_time", "zol_mac_active", "zol_ip_active",
-]  # fmt: skip
 
 
 @pytest.fixture
@@ -173,12 +166,3 @@ def test_hostile_output_does_no_harm_to_the_next_walk(device: Device, tables: Ag
             feed(None)
             assert [column(tables, oid) for oid in columns] == before, file
     assert tables.running()
-
-
-def test_every_column_has_its_token(device: Device) -> None:
-    presets = "".join(f"{token} 7\n" for token in TOKENS)
-    modules = ["zol_AssociatedClients", "zol_table", "scanning_table", "dhcpactive_table"]
-    agent = device.start_agent(modules, conf=presets)
-    agent.hup()
-    assert "Unknown token" not in agent.log()
-    assert agent.get(f"{STATISTICS}.1.1.0").value == bytes.fromhex("000a521b2c30")

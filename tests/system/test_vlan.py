@@ -8,7 +8,6 @@ from collections.abc import Callable
 import pytest
 
 from testbed.device import FIRST_MODULE, Agent, Device, wait_until
-from testbed.snmp import SnmpError
 
 Section = dict[str, str | list[str]]
 
@@ -213,25 +212,6 @@ def test_a_get_shows_what_is_configured_and_leaves_what_is_staged(device: Device
     assert shown() == [6, (b"1;" * 33)[:66], 5, b"0;0;1"], "an option that a section lacks is answered as it is staged"
     agent.set_many([(ID, "i", 21), (TRUNK_ID, "i", 101)])
     assert shown() == [6, b"1;1;0", 4, b"0;0;1"]
-
-
-def test_staging_runs_nothing(device: Device, agent: Agent) -> None:
-    ranges = {ID: (1, 4094), USED: (1, 2), PRIORITY: (0, 7), DHCPC: (1, 2), TAGGING: (1, 2), TRUNK_ID: (1, 4094),
-              TRUNK_PRIORITY: (0, 7), ADD_OR_EDIT: (0, 2), DELETE: (0, 2),
-              APPLIED: (0, 2)}  # fmt: skip
-    for oid, (low, high) in ranges.items():
-        for refused in (low - 1, high + 1):
-            with pytest.raises(SnmpError, match="wrongValue"):
-                agent.set(oid, "i", refused)
-    agent.set_many([(oid, "i", high) for oid, (_, high) in ranges.items() if oid not in (ID, TRUNK_ID)])
-    for oid, longest in ((FLAGS, 66), (DESCRIPTION, 65), (TRUNK_FLAGS, 65)):
-        agent.set(oid, "s", "1" * longest)
-        assert agent.get(oid).value == b"1" * longest
-        for refused in ("", "1" * (longest + 1)):
-            with pytest.raises(SnmpError, match="wrongLength"):
-                agent.set(oid, "s", refused)
-    agent.set_many([(ADD_OR_EDIT, "i", 1), (DELETE, "i", 1)])
-    assert device.shell_lines() == [], "no id is staged"
 
 
 def test_operation(device: Device, agent: Agent) -> None:
