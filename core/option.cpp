@@ -83,6 +83,10 @@ int store_number(const OptionName &option, int32_t number) {
   return 0;
 }
 
+int store_switch(const OptionName &option, int32_t state) {
+  return state == on || state == off ? store_number(option, state == on ? 1 : 0) : 0;
+}
+
 int store_word(const OptionName &option, const char *word) {
   shell("uci set %-s=%s;uci commit %-s", option.text(), word, option.package());
   return 0;

@@ -112,6 +112,8 @@ class OptionName {
 // to nobody.
 
 int store_number(const OptionName &option, int32_t number);
+/// 1 for `on` and 0 for `off`; nothing is run for another state.
+int store_switch(const OptionName &option, int32_t state);
 /// The text stands in the command as it is, without quotes: a blank ends it, and what the shell reads in it counts; it
 /// is meant so.
 int store_word(const OptionName &option, const char *word);

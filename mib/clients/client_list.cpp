@@ -1,8 +1,10 @@
 #include "mib/clients/client_list.hpp"
 
 #include <cstdio>
+#include <cstring>
 
 #include "core/lock.hpp"
+#include "core/sorted_list.hpp"
 #include "core/text.hpp"
 
 namespace zol::client_list {

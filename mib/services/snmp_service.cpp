@@ -95,11 +95,7 @@ int get_trap_enable(int32_t *state) {
   return read_switch(CommandOutput("uci show snmpd.main.trapen"), "trapen=1", state);
 }
 
-int set_trap_enable(int32_t state) {
-  constexpr Switch traps{.turn_on = "uci set snmpd.main.trapen=1;uci commit snmpd",
-                         .turn_off = "uci set snmpd.main.trapen=0;uci commit snmpd"};
-  return traps(state);
-}
+int set_trap_enable(int32_t state) { return store_switch("snmpd.main.trapen", state); }
 
 /// The receiver of traps (snmpd.main.trapip); 0.0.0.0 when there is none.
 ZOL_ADDRESS(trap_srvip, .oid = {17, 5, 2});

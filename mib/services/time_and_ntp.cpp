@@ -63,7 +63,7 @@ int set_time_zone(int32_t zone) {
   if (zone == utc) {
     shell("uci set system.@system[0].timezone='UTC';uci delete system.@system[0].zonename;uci commit system");
   } else if (0 <= zone && zone < zone_count) {
-    shell("uci set system.@system[0].timezone='%s';uci set system.@system[0].zonename='%s';uci commit system",
+    shell("uci set system.@system[0].timezone='%-s';uci set system.@system[0].zonename='%-s';uci commit system",
           rule_of(zone).data(), name_of(zone).data());
   }
   return 0;
@@ -93,11 +93,7 @@ int get_provide_ntpserver(int32_t *state) {
   return read_flag(CommandOutput("uci show system | grep \"system.ntp.enable_server\""), off, state);
 }
 
-int set_provide_ntpserver(int32_t state) {
-  constexpr Switch server{.turn_on = "uci set system.ntp.enable_server=1;uci commit system",
-                          .turn_off = "uci set system.ntp.enable_server=0;uci commit system"};
-  return server(state);
-}
+int set_provide_ntpserver(int32_t state) { return store_switch("system.ntp.enable_server", state); }
 
 /// @syntax ZolarcText (SIZE (0..256))
 /// The NTP servers that are asked, separated by semicolons (system.ntp.server).

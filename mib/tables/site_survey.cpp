@@ -55,13 +55,10 @@ class Survey {
   void set_name(const char *text) {
     Word word;
     if (!scan_word(word, text)) return;
-    if (word[0] != '"') {
-      copy_text(current_->essid, word);
-      return;
-    }
+    const bool quoted = word[0] == '"';
     // What is dropped at the end is the closing quote only if the name is a single word.
-    word[strlen(word) - 1] = '\0';
-    copy_text(current_->essid, word + 1);
+    if (quoted) word[strlen(word) - 1] = '\0';
+    copy_text(current_->essid, quoted ? word + 1 : word);
   }
 
   static void set_field(std::span<char> field, const char *text) {

@@ -13,9 +13,7 @@ int get_vlan_enabled(int32_t *enabled) {
   return read_switch(CommandOutput<256>("uci show vlanac.activation.enabled"), "enabled=1", enabled);
 }
 
-int set_vlan_enabled(int32_t enabled) {
-  return enabled == on || enabled == off ? store_number("vlanac.activation.enabled", enabled == on ? 1 : 0) : 0;
-}
+int set_vlan_enabled(int32_t enabled) { return store_switch("vlanac.activation.enabled", enabled); }
 
 /// @syntax INTEGER { idle(0), perform(1), nothing(2) }
 /// Set to perform(1), the network is reloaded in the background so that the edited VLANs are in force. The manager may
