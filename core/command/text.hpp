@@ -1,0 +1,50 @@
+#pragma once
+
+// How a format becomes a command text: the only place where one is put together.
+
+#include <array>
+#include <cstdarg>
+#include <cstddef>
+
+namespace zol {
+
+/// A command text, put together piece by piece, of any length. Formats are those of printf, with %c, %d, %i, %u, %x, %zu
+/// and %s. In a format
+///
+///   %s    is a text from outside: a manager's, a file's, a program's. With the guard on it is escaped for the quoting that
+///         it stands in (bare, "...", '...'), so that it reaches the program as it is, whatever it holds;
+///   %-s   is the library's own: the name of a section, a piece of a command. It is never changed.
+class CommandText {
+ public:
+  CommandText() = default;
+  CommandText(const CommandText &) = delete;
+  CommandText &operator=(const CommandText &) = delete;
+  ~CommandText();
+
+  [[gnu::format(printf, 2, 0)]] void append(const char *format, va_list arguments);
+  void clear();
+
+  [[nodiscard]] bool empty() const { return length_ == 0; }
+  [[nodiscard]] size_t length() const { return length_; }
+  [[nodiscard]] const char *text() const { return text_; }
+  /// Whether memory has sufficed for all of it.
+  [[nodiscard]] bool complete() const { return complete_; }
+
+ private:
+  enum class Quoting : unsigned char { bare, in_double, in_single };
+
+  void add(const char *text, size_t length);
+  void add_literal(const char *text, size_t length);
+  void add_escaped(const char *text, size_t length);
+  bool reserve(size_t more);
+
+  std::array<char, 256> buffer_{};
+  char *text_ = buffer_.data();
+  size_t length_ = 0;
+  size_t capacity_ = buffer_.size();
+  Quoting quoting_ = Quoting::bare;
+  bool after_backslash_ = false;
+  bool complete_ = true;
+};
+
+}  // namespace zol
