@@ -6,8 +6,8 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "core/net_snmp.hpp"
 #include "core/lock.hpp"
+#include "core/net_snmp.hpp"
 
 namespace {
 

@@ -1,7 +1,10 @@
 #include "core/scalar.hpp"
 
+#include <array>
 #include <cstdio>
 #include <cstring>
+
+#include "core/command/request.hpp"
 
 namespace zol {
 
@@ -30,9 +33,15 @@ bool Scalar::matched(variable *row, oid *name, size_t *length, int exact, size_t
 unsigned char *IntegerScalar::find(variable *row, oid *name, size_t *length, int exact, size_t *value_length,
                                    WriteMethod **write_method) {
   if (!matched(row, name, length, exact, value_length, write_method)) return nullptr;
+  const Request request(info_.name);
+  const int32_t before = *value();
   int32_t *target = staged_ ? &answer_ : value();
-  answer_ = *value();
+  answer_ = before;
   get_(target);
+  if (request.late()) {
+    *value() = before;
+    return nullptr;
+  }
   answer_ = *target;
   return reinterpret_cast<unsigned char *>(&answer_);
 }
@@ -40,7 +49,13 @@ unsigned char *IntegerScalar::find(variable *row, oid *name, size_t *length, int
 unsigned char *AddressScalar::find(variable *row, oid *name, size_t *length, int exact, size_t *value_length,
                                    WriteMethod **write_method) {
   if (!matched(row, name, length, exact, value_length, write_method)) return nullptr;
+  const Request request(info_.name);
+  const Ipv4 before = *value();
   get_(value());
+  if (request.late()) {
+    *value() = before;
+    return nullptr;
+  }
   answer_ = htonl(*value());
   return reinterpret_cast<unsigned char *>(&answer_);
 }
@@ -53,7 +68,14 @@ void AddressScalar::preset(const char *text) {
 unsigned char *TextScalar::find(variable *row, oid *name, size_t *length, int exact, size_t *value_length,
                                 WriteMethod **write_method) {
   if (!matched(row, name, length, exact, value_length, write_method)) return nullptr;
+  const Request request(info_.name);
+  std::array<char, longest_text> before;
+  memcpy(before.data(), answer_.data(), answer_.size());
   get_(answer_.data());
+  if (request.late()) {
+    memcpy(answer_.data(), before.data(), answer_.size());
+    return nullptr;
+  }
   *value_length = measure_ != nullptr ? measure_() : fixed_length_ != 0 ? fixed_length_ : strlen(answer_.data());
   return reinterpret_cast<unsigned char *>(answer_.data());
 }

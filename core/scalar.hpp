@@ -51,6 +51,9 @@ struct AddressSpec {
   bool prints_token = false;
 };
 
+/// The largest buffer of a text, terminator included.
+constexpr size_t longest_text = 4097;
+
 /// What is particular to an OCTET STRING object.
 struct TextSpec {
   Arcs oid;
@@ -117,7 +120,7 @@ class IntegerScalar : public Scalar, public IntegerSetter {
   constexpr IntegerScalar(const ObjectInfo &info, const IntegerSpec &spec, const ScalarFunctions &functions,
                           int32_t *value, int (*get)(int32_t *), int (*set)(int32_t))
       : Scalar(info, functions, spec.row_arcs, spec.prepare),
-        IntegerSetter(info.accepts, value, set, spec.settable),
+        IntegerSetter(info.name, info.accepts, value, set, spec.settable),
         get_(get),
         staged_(spec.staged) {}
 
@@ -138,7 +141,7 @@ class AddressScalar : public Scalar, public AddressSetter {
   constexpr AddressScalar(const ObjectInfo &info, const AddressSpec &spec, const ScalarFunctions &functions,
                           Ipv4 *value, int (*get)(Ipv4 *), int (*set)(Ipv4))
       : Scalar(info, functions, spec.row_arcs, spec.prepare),
-        AddressSetter(value, set),
+        AddressSetter(info.name, value, set),
         get_(get),
         prints_token_(spec.prints_token) {}
 
@@ -159,7 +162,7 @@ class TextScalar : public Scalar, public TextSetter {
   constexpr TextScalar(const ObjectInfo &info, const TextSpec &spec, const ScalarFunctions &functions,
                        std::span<char> value, std::span<char> before, int (*get)(char *), int (*set)(const char *))
       : Scalar(info, functions, spec.row_arcs, spec.prepare),
-        TextSetter(info.accepts, value, spec.restores ? before : std::span<char>(), set, spec.check),
+        TextSetter(info.name, info.accepts, value, spec.restores ? before : std::span<char>(), set, spec.check),
         answer_(spec.answer.empty() ? value : spec.answer),
         get_(get),
         measure_(spec.measure),

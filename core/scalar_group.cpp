@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/command/request.hpp"
+
 namespace zol {
 
 void ScalarGroup::init() {
@@ -23,7 +25,9 @@ unsigned char *ScalarGroup::find(variable *row, oid *name, size_t *length, int e
   const auto object = std::ranges::find(objects_, row->magic, &GroupedObject::magic);
   if (object == objects_.end()) return nullptr;
   *write_method = object->write;
+  const Request request(object->info.name);
   unsigned char *answer = answer_.of(object->info.type, object->read, value_length);
+  if (request.late()) return nullptr;
   if (object->info.type != ASN_OCTET_STR) return answer;
   *value_length = std::min(*value_length, octets_.size());
   memcpy(octets_.data(), answer, *value_length);

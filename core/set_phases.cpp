@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/command/request.hpp"
+
 namespace zol {
 
 namespace {
@@ -27,6 +29,7 @@ int IntegerSetter::reserve(const unsigned char *bytes, unsigned char type, size_
 }
 
 int IntegerSetter::write(int phase, const unsigned char *bytes, unsigned char type, size_t length) {
+  const Request request(object_);
   const auto apply = [this] {
     before_ = *value_;
     *value_ = pending_;
@@ -37,6 +40,7 @@ int IntegerSetter::write(int phase, const unsigned char *bytes, unsigned char ty
 }
 
 int AddressSetter::write(int phase, const unsigned char *bytes, unsigned char type, size_t length) {
+  const Request request(object_);
   const auto check = [&] {
     if (type != ASN_IPADDRESS) return SNMP_ERR_WRONGTYPE;
     return checks_length_ && length != sizeof(Ipv4) ? SNMP_ERR_WRONGLENGTH : SNMP_ERR_NOERROR;
@@ -65,6 +69,7 @@ void TextSetter::keep(const unsigned char *bytes, size_t length) {
 }
 
 int TextSetter::write(int phase, const unsigned char *bytes, unsigned char type, size_t length) {
+  const Request request(object_);
   const auto apply = [&] {
     keep(bytes, length);
     set_(value_.data());

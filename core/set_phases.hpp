@@ -1,7 +1,7 @@
 #pragma once
 
 // A SET in its phases, once for each type: RESERVE1 checks, ACTION keeps the value and applies it, UNDO brings the
-// value before it back. Nothing happens in the others.
+// value before it back. Nothing happens in the others. Messages name the object.
 
 #include <cstddef>
 #include <cstdint>
@@ -16,8 +16,9 @@ namespace zol {
 class IntegerSetter {
  public:
   /// @param settable whether there is something that a SET could act on; without it RESERVE1 answers wrongValue
-  constexpr IntegerSetter(const Accepts &accepts, int32_t *value, int (*set)(int32_t), bool (*settable)() = nullptr)
-      : accepts_(accepts), value_(value), set_(set), settable_(settable) {}
+  constexpr IntegerSetter(const char *object, const Accepts &accepts, int32_t *value, int (*set)(int32_t),
+                          bool (*settable)() = nullptr)
+      : object_(object), accepts_(accepts), value_(value), set_(set), settable_(settable) {}
 
   int write(int phase, const unsigned char *bytes, unsigned char type, size_t length);
 
@@ -27,6 +28,7 @@ class IntegerSetter {
  private:
   int reserve(const unsigned char *bytes, unsigned char type, size_t length);
 
+  const char *object_;
   const Accepts &accepts_;
   int32_t *value_;
   int (*set_)(int32_t);
@@ -39,8 +41,8 @@ class IntegerSetter {
 class AddressSetter {
  public:
   /// @param checks_length whether RESERVE1 looks at it; the agent itself drops a request in which it is not four
-  constexpr AddressSetter(Ipv4 *value, int (*set)(Ipv4), bool checks_length = true)
-      : value_(value), set_(set), checks_length_(checks_length) {}
+  constexpr AddressSetter(const char *object, Ipv4 *value, int (*set)(Ipv4), bool checks_length = true)
+      : object_(object), value_(value), set_(set), checks_length_(checks_length) {}
 
   int write(int phase, const unsigned char *bytes, unsigned char type, size_t length);
 
@@ -48,6 +50,7 @@ class AddressSetter {
   [[nodiscard]] Ipv4 *value() const { return value_; }
 
  private:
+  const char *object_;
   Ipv4 *value_;
   int (*set_)(Ipv4);
   bool checks_length_;
@@ -60,9 +63,9 @@ class TextSetter {
   /// @param accepts the lengths that RESERVE1 lets through
   /// @param before where the text before is kept, as large as `value`; empty where UNDO leaves the new text
   /// @param check checks the bytes in place of the length test and answers an SNMP error status
-  constexpr TextSetter(const Accepts &accepts, std::span<char> value, std::span<char> before, int (*set)(const char *),
-                       int (*check)(const unsigned char *, size_t) = nullptr)
-      : accepts_(accepts), value_(value), before_(before), set_(set), check_(check) {}
+  constexpr TextSetter(const char *object, const Accepts &accepts, std::span<char> value, std::span<char> before,
+                       int (*set)(const char *), int (*check)(const unsigned char *, size_t) = nullptr)
+      : object_(object), accepts_(accepts), value_(value), before_(before), set_(set), check_(check) {}
 
   int write(int phase, const unsigned char *bytes, unsigned char type, size_t length);
 
@@ -73,6 +76,7 @@ class TextSetter {
   [[nodiscard]] int reserve(const unsigned char *bytes, unsigned char type, size_t length) const;
   void keep(const unsigned char *bytes, size_t length);
 
+  const char *object_;
   const Accepts &accepts_;
   std::span<char> value_;
   std::span<char> before_;

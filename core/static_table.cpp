@@ -1,5 +1,7 @@
 #include "core/static_table.hpp"
 
+#include "core/command/request.hpp"
+
 namespace zol {
 
 void StaticTable::init() {
@@ -44,12 +46,14 @@ unsigned char *StaticTable::find(variable *record, oid *name, size_t *length, in
   // Readers count on it: a row is an index into what they keep.
   if (row < 1 || row > capacity()) return nullptr;
   const Cell cell{static_cast<int32_t>(row)};
+  const Request request(name_);
   if (number == 1 && row == 1 && spec_.refresh != nullptr) spec_.refresh();
   if (spec_.live_rows != nullptr && cell.row > spec_.live_rows()) return nullptr;
   for (const Column &column : columns_) {
     if (column.magic != record->magic) continue;
     if (spec_.select != nullptr && !spec_.select(cell)) return nullptr;
-    return answer_.of(column.type, column.read, value_length, cell);
+    unsigned char *answer = answer_.of(column.type, column.read, value_length, cell);
+    return request.late() ? nullptr : answer;
   }
   snmp_set_detail("no column has this magic");
   return nullptr;

@@ -5,8 +5,8 @@
 #include <climits>
 #include <ctime>
 
-#include "core/net_snmp.hpp"
 #include "core/command/request.hpp"
+#include "core/net_snmp.hpp"
 
 namespace zol {
 
@@ -29,13 +29,11 @@ Deadline::Deadline(int64_t milliseconds) : at_(milliseconds == 0 ? INT64_MAX : m
   look_up(false);
 }
 
-int Deadline::slice(int most) const {
-  return static_cast<int>(std::clamp<int64_t>(at_ - monotonic_ms(), 0, most));
-}
+int Deadline::slice(int most) const { return static_cast<int>(std::clamp<int64_t>(at_ - monotonic_ms(), 0, most)); }
 
 void Deadline::look_up(bool interrupted) {
   const bool of_the_agent = Request::current() != nullptr;
-  if (of_the_agent ? interrupted || !agent_runs() : collections_hurry) draw_near(hurried_ms);
+  if (of_the_agent ? interrupted || !agent_runs() : collections_hurry.load()) draw_near(hurried_ms);
 }
 
 void Deadline::draw_near(int64_t milliseconds) {

@@ -103,8 +103,8 @@ Sources::State Sources::state_of(const char *folder, const char *name, size_t le
   struct stat file {};
   snprintf(path, sizeof path, "%s/%.*s", folder, static_cast<int>(length), name);
   if (stat(path, &file) == -1) return {};
-  return {file.st_dev,          file.st_ino,          static_cast<unsigned long long>(file.st_size),
-          file.st_mtim.tv_sec,  file.st_mtim.tv_nsec, file.st_ctim.tv_sec,
+  return {file.st_dev,         file.st_ino,          static_cast<unsigned long long>(file.st_size),
+          file.st_mtim.tv_sec, file.st_mtim.tv_nsec, file.st_ctim.tv_sec,
           file.st_ctim.tv_nsec};
 }
 
@@ -152,9 +152,8 @@ Sources::Sources(const char *command) {
 bool Sources::at_rest() const {
   constexpr long long rest = 2;
   const long long now = time(nullptr);
-  return std::all_of(states_, states_ + 2 * count_, [=](const State &state) {
-    return now - state.modified >= rest && now - state.changed >= rest;
-  });
+  return std::all_of(states_, states_ + 2 * count_,
+                     [=](const State &state) { return now - state.modified >= rest && now - state.changed >= rest; });
 }
 
 bool find(const char *command, const Sources &sources, Output &output) {

@@ -6,11 +6,11 @@
 #include <cstring>
 #include <span>
 
-#include "core/net_snmp.hpp"
 #include "core/command/counters.hpp"
 #include "core/command/deadline.hpp"
 #include "core/command/request.hpp"
 #include "core/lock.hpp"
+#include "core/net_snmp.hpp"
 #include "core/text.hpp"
 
 namespace zol {

@@ -1,7 +1,7 @@
 #pragma once
 
-// Commands that hang. What is known of them decides how long the next ones may take, so that an agent with a hundred hung
-// objects is not deaf for a hundred deadlines, and a program that answers again is believed again.
+// Commands that hang. What is known of them decides how long the next ones may take, so that an agent with a hundred
+// hung objects is not deaf for a hundred deadlines, and a program that answers again is believed again.
 
 #include <cstdint>
 #include <optional>

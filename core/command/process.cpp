@@ -14,10 +14,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/net_snmp.hpp"
 #include "core/command/counters.hpp"
 #include "core/command/request.hpp"
 #include "core/lock.hpp"
+#include "core/net_snmp.hpp"
 
 namespace zol::process {
 
@@ -119,7 +119,8 @@ bool split(const char *text, Words &words) {
   memcpy(words.text.data(), text, length + 1);
   size_t count = 0;
   char *rest = nullptr;
-  for (char *word = strtok_r(words.text.data(), " \t", &rest); word != nullptr; word = strtok_r(nullptr, " \t", &rest)) {
+  for (char *word = strtok_r(words.text.data(), " \t", &rest); word != nullptr;
+       word = strtok_r(nullptr, " \t", &rest)) {
     words.word[count++] = word;
   }
   words.word[count] = nullptr;
@@ -148,6 +149,9 @@ Child launch_text(const char *text, Through through, int output) {
 
 // Those that are to be ended, and have not been taken leave of.
 
+/// A child that is left to finish is never killed.
+constexpr int64_t never = INT64_MAX;
+
 struct Dying {
   pid_t pid = 0;
   int64_t kill_at = 0;
@@ -160,21 +164,22 @@ constinit std::atomic<int> dying_count = 0;
 void kill_the_dying() {
   const Lock lock(dying_guard);
   for (const Dying &one : dying) {
-    if (one.pid != 0) kill(-one.pid, SIGKILL);
+    if (one.pid != 0 && one.kill_at != never) kill(-one.pid, SIGKILL);
   }
 }
 
-/// The place of a child in the list, or null when there is none. Under the lock.
-Dying *place_for(pid_t pid) {
+/// Puts a child into the list; false when there is no room.
+bool enlist(pid_t pid, int64_t kill_at) {
+  const Lock lock(dying_guard);
   static bool at_exit = false;
   if (!at_exit) at_exit = atexit(kill_the_dying) == 0;
   for (Dying &one : dying) {
     if (one.pid != 0) continue;
-    one.pid = pid;
+    one = {pid, kill_at};
     ++dying_count;
-    return &one;
+    return true;
   }
-  return nullptr;
+  return false;
 }
 
 /// A descriptor that can be read from once the child has ended, or -1 where the kernel has none.
@@ -261,7 +266,8 @@ void tell_missing(const char *text) {
 
 bool has_ended(pid_t pid) {
   siginfo_t info{};
-  return pid > 0 && waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == pid;
+  return pid > 0 && waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+         info.si_pid == pid;
 }
 
 bool wait(pid_t pid, Deadline &deadline, int *status) {
@@ -290,23 +296,26 @@ bool wait(pid_t pid, Deadline &deadline, int *status) {
 void end(pid_t pid) {
   if (pid <= 0) return;
   kill(-pid, SIGTERM);
-  const Lock lock(dying_guard);
-  if (Dying *place = place_for(pid)) {
-    constexpr int64_t grace_ms = 1000;
-    place->kill_at = monotonic_ms() + grace_ms;
-    return;
-  }
+  constexpr int64_t grace_ms = 1000;
+  if (enlist(pid, monotonic_ms() + grace_ms)) return;
   log_line("too many commands do not end: one more is left to itself");
   kill(-pid, SIGKILL);
+}
+
+void leave(pid_t pid) {
+  if (!enlist(pid, never)) log_line("too many commands do not end: one more is left to itself");
 }
 
 void tend() {
   if (dying_count == 0) return;
   const Lock lock(dying_guard);
   for (Dying &one : dying) {
-    if (one.pid == 0 || one.kill_at > monotonic_ms()) continue;
-    // Not before: as long as the first of a group is not taken leave of, no other group can have its number.
-    kill(-one.pid, SIGKILL);
+    if (one.pid == 0) continue;
+    if (one.kill_at != never) {
+      // Not before: as long as the first of a group is not taken leave of, no other group can have its number.
+      if (one.kill_at > monotonic_ms()) continue;
+      kill(-one.pid, SIGKILL);
+    }
     if (waitpid(one.pid, nullptr, WNOHANG) == 0) continue;
     one.pid = 0;
     --dying_count;

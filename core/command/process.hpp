@@ -55,6 +55,9 @@ bool wait(pid_t pid, Deadline &deadline, int *status);
 /// Ends a child and all of its group: asked to at first, made to a second later. Does not wait.
 void end(pid_t pid);
 
+/// Lets a child finish, however long it takes.
+void leave(pid_t pid);
+
 /// Takes leave of children that are to be ended or have ended. Called at every start.
 void tend();
 /// The same; has the agent's alarm do it as long as there are any.

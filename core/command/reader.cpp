@@ -9,10 +9,10 @@
 #include <cerrno>
 #include <cstring>
 
-#include "core/net_snmp.hpp"
 #include "core/command/counters.hpp"
 #include "core/command/late.hpp"
 #include "core/command/request.hpp"
+#include "core/net_snmp.hpp"
 #include "core/switches.hpp"
 
 namespace zol {

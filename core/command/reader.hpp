@@ -94,8 +94,8 @@ class LineReader {
   const char *rest_end_ = nullptr;
 };
 
-/// A running command and the line of its output that is being looked at. Starts the command when it is made and takes it
-/// back when it goes out of scope. The rest of a line of `Size` characters or more is the next line.
+/// A running command and the line of its output that is being looked at. Starts the command when it is made and takes
+/// it back when it goes out of scope. The rest of a line of `Size` characters or more is the next line.
 template <size_t Size = 128>
 class CommandOutput : public LineReader {
  public:

@@ -4,8 +4,8 @@
 
 namespace zol {
 
-/// One object being asked for or set, on the agent's thread: as long as it lives, commands run for that object. Messages
-/// name it, and it tells whether one of its commands was late, so that no half-read value is handed out.
+/// One object being asked for or set, on the agent's thread: as long as it lives, commands run for that object.
+/// Messages name it, and it tells whether one of its commands was late, so that no half-read value is handed out.
 class Request {
  public:
   explicit Request(const char *object);

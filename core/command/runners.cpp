@@ -11,11 +11,11 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/net_snmp.hpp"
 #include "core/command/deadline.hpp"
 #include "core/command/kept.hpp"
 #include "core/command/process.hpp"
 #include "core/command/request.hpp"
+#include "core/net_snmp.hpp"
 
 namespace {
 
@@ -92,16 +92,15 @@ void wait_for_the_unfinished() {
   unfinished = 0;
 }
 
-/// Waits for a command that has begun, `most_ms` at most (0: for ever).
-void wait_for(const process::Child &child, const char *text, int64_t most_ms) {
+/// Waits for a command that has begun, `most_ms` at most (0: for ever). @return its exit status, or -1
+int wait_for(const process::Child &child, const char *text, int64_t most_ms) {
   Deadline deadline(most_ms);
   int status = 0;
-  if (!process::wait(child.pid, deadline, &status)) {
-    unfinished = child.pid;
-    log_for_object("is not waited for any longer", text);
-  } else if (WIFEXITED(status) && WEXITSTATUS(status) == process::not_there) {
-    process::tell_missing(text);
-  }
+  if (process::wait(child.pid, deadline, &status)) return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  unfinished = child.pid;
+  process::leave(child.pid);
+  log_for_object("is not waited for any longer", text);
+  return -1;
 }
 
 void run_text(const char *text, process::Through through, int64_t most_ms) {
@@ -113,7 +112,7 @@ void run_text(const char *text, process::Through through, int64_t most_ms) {
     log_for_object(strerror(errno), text);
     return;
   }
-  wait_for(child, text, most_ms);
+  if (wait_for(child, text, most_ms) == process::not_there) process::tell_missing(text);
   kept::forget();
 }
 
@@ -124,12 +123,7 @@ int run(const Words &words, const char *shown) {
   kept::forget();
   const process::Child child = process::start_words(words.argument.data(), shown);
   if (child.pid == -1) return -1;
-  Deadline deadline(patience_ms);
-  int status = 0;
-  if (!process::wait(child.pid, deadline, &status)) {
-    unfinished = child.pid;
-    log_for_object("is not waited for any longer", words.argument[0]);
-  }
+  wait_for(child, words.argument[0], patience_ms);
   kept::forget();
   return 0;
 }

@@ -2,6 +2,8 @@
 
 // Runs commands whose output nobody reads here.
 
+#include <sys/types.h>
+
 #include "core/command/text.hpp"
 #include "core/export.hpp"
 
@@ -9,8 +11,8 @@ extern "C" {
 
 /// The four runners format a command of at most 255 characters and 32 words. A command that does not fit is not run and
 /// not cut: the runner answers as for a failed start and writes one line to the log. A command of only blanks starts
-/// nothing and counts as run. None of them reports the command's own exit status. Those that wait do so for 20 seconds at
-/// most; the command is then left to finish, and the next one first waits for it.
+/// nothing and counts as run. None of them reports the command's own exit status. Those that wait do so for 20 seconds
+/// at most; the command is then left to finish, and the next one first waits for it.
 
 /// Writes the command line to standard error, runs it without a shell (split at white space, no quoting) and waits.
 /// @return 0, or -1 when no process could be started

@@ -46,8 +46,7 @@ Conversion read_conversion(const char *text) {
 /// A character that no shell looks at, wherever it stands.
 bool is_ordinary(char character) {
   return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-         (character >= '0' && character <= '9') ||
-         (character != '\0' && strchr("_./:@=,+%-", character) != nullptr);
+         (character >= '0' && character <= '9') || (character != '\0' && strchr("_./:@=,+%-", character) != nullptr);
 }
 
 }  // namespace

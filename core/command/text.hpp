@@ -8,10 +8,11 @@
 
 namespace zol {
 
-/// A command text, put together piece by piece, of any length. Formats are those of printf, with %c, %d, %i, %u, %x, %zu
-/// and %s. In a format
+/// A command text, put together piece by piece, of any length. Formats are those of printf, with %c, %d, %i, %u, %x,
+/// %zu and %s. In a format
 ///
-///   %s    is a text from outside: a manager's, a file's, a program's. With the guard on it is escaped for the quoting that
+///   %s    is a text from outside: a manager's, a file's, a program's. With the guard on it is escaped for the quoting
+///   that
 ///         it stands in (bare, "...", '...'), so that it reaches the program as it is, whatever it holds;
 ///   %-s   is the library's own: the name of a section, a piece of a command. It is never changed.
 class CommandText {

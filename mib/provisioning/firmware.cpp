@@ -166,7 +166,7 @@ int set_apc_download(int32_t value) {
   const Stamp stamp = stamp_now();
   set_apc_status(started);
   if (file_exist(download_path) == 0) shell("rm -rf %s", download_path);
-  shell("cd /tmp;wget '%s' -O %s", url.data(), download_path);
+  shell_patiently("cd /tmp;wget '%s' -O %s", url.data(), download_path);
 
   if (get_file_version_from_img(download_path, versions.image.data()) != 1) copy_text(versions.image, "unknown");
   set_apc_fwversion(versions.image.data());

@@ -79,7 +79,7 @@ int set_clock(const char *time) {
 // A setter: its shape, and the arguments of that.
 #define STATUS_SETTER(NAME, SHAPE, ...)                                                                        \
   namespace {                                                                                                  \
-  constinit SHAPE NAME##_setter(__VA_ARGS__);                                                                  \
+  constinit SHAPE NAME##_setter(#NAME, __VA_ARGS__);                                                           \
   }                                                                                                            \
   int write_##NAME(int phase, unsigned char *bytes, unsigned char type, size_t length, unsigned char *, oid *, \
                    size_t) {                                                                                   \

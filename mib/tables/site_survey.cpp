@@ -79,7 +79,7 @@ int get_zol_mac_scan(uint32_t ap_count, ScanRecord *records, uint32_t *count) {
   Survey survey({records, most_scan_records});
   *count = 0;
   for (uint32_t i = 0; i < ap_count; ++i) {
-    CommandOutput output("iwinfo ath%u scan ", i);
+    CommandOutput output({.seconds = 30}, "iwinfo ath%u scan ", i);
     if (!output) return -1;
     while (output.next()) survey.add(output.line());
     *count = survey.count();

@@ -1,8 +1,13 @@
 #include "tests/fuzz/printed.hpp"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include "core/command/process.hpp"
 
 std::string printed;
 
@@ -10,17 +15,19 @@ namespace {
 
 const std::string bridges = "br-lan\t8000.000a521b2c2e\tno\tath0\n\t\t\tath1\n";
 
+bool print(const char *command, bool reads, zol::process::Child &child) {
+  child.pid = 0;
+  if (!reads) return true;
+  const std::string &output = strcmp(command, "brctl show") == 0 ? bridges : printed;
+  child.output = memfd_create("printed", MFD_CLOEXEC);
+  if (write(child.output, output.data(), output.size()) == -1) abort();
+  lseek(child.output, 0, SEEK_SET);
+  return true;
+}
+
+const bool in_place = (zol::process::set_stand_in(print), true);
+
 }  // namespace
-
-extern "C" {
-
-FILE *popen(const char *command, const char *) {
-  std::string &output = strcmp(command, "brctl show") == 0 ? const_cast<std::string &>(bridges) : printed;
-  return output.empty() ? fopen("/dev/null", "re") : fmemopen(output.data(), output.size(), "r");
-}
-
-int pclose(FILE *stream) { return fclose(stream); }
-}
 
 void require(bool condition, const char *what) {
   if (condition) return;

@@ -5,8 +5,9 @@
 #include <string>
 #include <vector>
 
-/// Stands in for the shell: while one lives, popen() and system() of this program run nothing. They record the command
-/// line to the letter and print what the test scripted for it; a command that was not scripted prints nothing.
+/// Stands in for the shell: while one lives, commands are not started, but for the runners that take words. It records
+/// the command line to the letter and print what the test scripted for it; a command that was not scripted prints
+/// nothing.
 class ScriptedShell {
  public:
   ScriptedShell();
@@ -21,10 +22,10 @@ class ScriptedShell {
   void cannot_start() { can_start_ = false; }
   void cannot_start(const std::string &command) { refused_.insert(command); }
 
-  /// Every command line since the last call, popen() and system() alike, in order.
+  /// Every command line since the last call, read and run alike, in order.
   std::vector<std::string> commands();
 
-  // For the stand-ins of popen() and system().
+  // For what takes the place of processes.
   static ScriptedShell *current();
   bool record(const std::string &command);
   std::string output_of(const std::string &command);
