@@ -160,6 +160,8 @@ class Device:
             timeout: float = 120.0) -> subprocess.CompletedProcess[str]:
         """Runs a command to its end. A text is given to the device's shell; that it was is not journalled."""
         arguments = ["/bin/busybox", "sh", "-c", command] if isinstance(command, str) else command
+        # Who types a command does so in a shell.
+        env = {"DEVICE_BELOW_A_SHELL": "1", **(env or {})}
         return subprocess.run([*self.sandbox(env), "--", *arguments], input=stdin, timeout=timeout, check=False,
                               stdin=subprocess.DEVNULL if stdin is None else None, capture_output=True, text=True,
                               encoding="utf-8", errors="surrogateescape")
@@ -182,17 +184,19 @@ class Device:
     # Journal
 
     def records(self) -> list[list[str]]:
-        """Every record since the journal was cleared: "sh" and a text, or "exec" and an argument vector."""
+        """Every record since the journal was cleared: "sh" and a text, or an argument vector behind "exec", when a shell has
+        started it, or "run"."""
         text = self.journal.read_bytes().decode("utf-8", "surrogateescape")
         return [record.split("\x1f") for record in text.split("\x1e")[:-1]]
 
-    def shell_lines(self) -> list[str]:
-        """Every text that was run with `sh -c`."""
-        return [record[1] for record in self.records() if record[0] == "sh"]
+    def command_lines(self) -> list[str]:
+        """Every command line that was run, with `sh -c` or, its words joined by blanks, without a shell."""
+        return [record[1].rstrip() if record[0] == "sh" else " ".join(record[1:])
+                for record in self.records() if record[0] != "exec"]
 
     def calls(self, tool: str | None = None) -> list[list[str]]:
         """The argument vectors of the calls of a tool (by name or path), or of all."""
-        calls = [record[1:] for record in self.records() if record[0] == "exec"]
+        calls = [record[1:] for record in self.records() if record[0] != "sh"]
         return [call for call in calls if tool is None or tool in (call[0], call[0].rpartition("/")[2])]
 
     def clear_journal(self) -> None:

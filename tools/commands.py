@@ -63,7 +63,7 @@ class Host:
     def lines_of(self, request: Callable[[], object]) -> list[str]:
         self.device.clear_journal()
         request()
-        return [re.sub(r"\[[0-9/]+ [0-9:]+\]", "[...]", line) for line in self.device.shell_lines()]
+        return [re.sub(r"\[[0-9/]+ [0-9:]+\]", "[...]", line) for line in self.device.command_lines()]
 
     def get(self, oid: str) -> list[str]:
         return self.lines_of(lambda: self.agent.get(oid))

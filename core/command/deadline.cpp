@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <atomic>
 #include <climits>
-#include <ctime>
 
 #include "core/command/request.hpp"
 #include "core/net_snmp.hpp"
@@ -19,17 +18,11 @@ constinit std::atomic<bool> collections_hurry = false;
 
 }  // namespace
 
-int64_t monotonic_ms() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
-}
-
-Deadline::Deadline(int64_t milliseconds) : at_(milliseconds == 0 ? INT64_MAX : monotonic_ms() + milliseconds) {
+Deadline::Deadline(int64_t milliseconds) : at_(milliseconds == 0 ? INT64_MAX : now_ms() + milliseconds) {
   look_up(false);
 }
 
-int Deadline::slice(int most) const { return static_cast<int>(std::clamp<int64_t>(at_ - monotonic_ms(), 0, most)); }
+int Deadline::slice(int most) const { return static_cast<int>(std::clamp<int64_t>(at_ - now_ms(), 0, most)); }
 
 void Deadline::look_up(bool interrupted) {
   const bool of_the_agent = Request::current() != nullptr;
@@ -39,7 +32,7 @@ void Deadline::look_up(bool interrupted) {
 void Deadline::draw_near(int64_t milliseconds) {
   if (cut_short_) return;
   cut_short_ = true;
-  at_ = std::min(at_, monotonic_ms() + milliseconds);
+  at_ = std::min(at_, now_ms() + milliseconds);
 }
 
 void hurry_collections(bool hurry) { collections_hurry = hurry; }

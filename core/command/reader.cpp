@@ -5,14 +5,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 
 #include "core/command/counters.hpp"
 #include "core/command/late.hpp"
 #include "core/command/request.hpp"
-#include "core/net_snmp.hpp"
+#include "core/log.hpp"
 #include "core/switches.hpp"
 
 namespace zol {
@@ -24,11 +23,14 @@ constexpr int look_ms = 20;
 /// A command that has printed all that is wanted of it is about to end.
 constexpr int64_t farewell_ms = 500;
 
-/// A device short of memory fails every command of a walk: one line tells it, until a command starts again.
+/// A device short of memory fails every command of a walk.
 void tell_failure(bool failed) {
-  static std::atomic<bool> failing = false;
-  if (failing.exchange(failed) || !failed) return;
-  log_line("cannot start a command: %s", strerror(errno));
+  static constinit Complaint failing;
+  if (failed) {
+    failing.raise("cannot start a command: %s", strerror(errno));
+  } else {
+    failing.over();
+  }
 }
 
 }  // namespace
@@ -56,7 +58,7 @@ void LineReader::run(const Limits &limits) {
   child_ = process::start_reading(command_.text(), process::Through::what_it_needs);
   started_ = child_.pid != -1;
   tell_failure(!started_);
-  started_at_ = monotonic_ms();
+  started_at_ = now_ms();
   deadline_ = Deadline(*time);
 }
 
@@ -85,7 +87,7 @@ void LineReader::run_and_keep(const Limits &limits, const kept::Sources &sources
 void LineReader::give_up() {
   late_ = true;
   if (!deadline_.cut_short()) {
-    late::remember(command_.text(), monotonic_ms() - started_at_, deadline_ms_);
+    late::remember(command_.text(), now_ms() - started_at_, deadline_ms_);
   } else if (Request *request = Request::current()) {
     request->became_late();
   }

@@ -15,7 +15,7 @@
 #include "core/command/kept.hpp"
 #include "core/command/process.hpp"
 #include "core/command/request.hpp"
-#include "core/net_snmp.hpp"
+#include "core/log.hpp"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/net_snmp.hpp"
+#include "core/log.hpp"
 #include "core/switches.hpp"
 
 namespace zol {

@@ -1,6 +1,7 @@
 // One program under many names: /bin/sh, which journals what is run through it, and the stand-ins for the tools that
 // the simulated device cannot really have.
 
+#include <sys/auxv.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -57,6 +58,7 @@ struct Tool {
 constexpr Tool tools[] = {
     {"/usr/sbin/80211stats", stats80211},
     {"/usr/sbin/brctl", brctl},
+    {"/bin/cat", nullptr},
     {"/bin/date", date},
     {"/bin/dmesg", dmesg},
     {"/usr/bin/hexdump", nullptr},
@@ -69,6 +71,7 @@ constexpr Tool tools[] = {
     {"/usr/bin/passwd", passwd},
     {"/bin/pidof", nullptr},
     {"/sbin/reboot", recorded},
+    {"/bin/rm", nullptr},
     {"/sbin/sysupgrade", recorded},
     {"/usr/bin/top", nullptr},
     {"/sbin/uci", uci},
@@ -121,14 +124,28 @@ int run_tool(std::string_view name, Arguments arguments) {
   return 127;
 }
 
+/// Set for all that a shell starts.
+constexpr const char *below_a_shell = "DEVICE_BELOW_A_SHELL";
+
+/// Whether a shell has asked for this call. One whose environment was emptied was started by `env -i`, in a shell.
+bool is_below_a_shell() { return getenv(below_a_shell) != nullptr || getenv("PATH") == nullptr; }
+
+void journal_call(std::span<const char *const> words) { journal::append(is_below_a_shell() ? "exec" : "run", words); }
+
 int shell(Arguments arguments) {
   // The C library runs `sh -c TEXT`, in newer releases `sh -c -- TEXT`.
   if (arguments.size() > 1 && strcmp(arguments[0], "-c") == 0) {
     const size_t text = arguments.size() > 2 && strcmp(arguments[1], "--") == 0 ? 2 : 1;
     journal::append("sh", arguments.subspan(text, 1));
+  } else if (!arguments.empty() && !is_below_a_shell()) {
+    // For a script that was started by its name the kernel knows that name.
+    const auto *file = reinterpret_cast<const char *>(getauxval(AT_EXECFN));
+    std::vector<const char *> words;
+    if (base_name(file) == "sh") words.push_back("/bin/sh");
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    journal::append("run", words);
   }
-  // What is preloaded into the agent is not meant for the commands that it runs.
-  unsetenv("LD_PRELOAD");
+  setenv(below_a_shell, "1", 1);
   return become(busybox, "sh", arguments);
 }
 
@@ -142,6 +159,8 @@ int run_applet(const char *name, Arguments arguments) {
 int main(int argc, char **argv) {
   const std::string_view name = base_name(argv[0]);
   const Arguments arguments(argv + 1, static_cast<size_t>(argc - 1));
+  // What is preloaded into the agent is not meant for the commands that it runs.
+  unsetenv("LD_PRELOAD");
   if (name == "sh") return shell(arguments);
   if (name == "journal") {
     // For stand-ins that are shell scripts: journal "$0" "$@"
@@ -153,6 +172,6 @@ int main(int argc, char **argv) {
     for (const Tool &tool : tools) puts(tool.path);
     return 0;
   }
-  journal::append("exec", {argv, static_cast<size_t>(argc)});
+  journal_call({argv, static_cast<size_t>(argc)});
   return run_tool(name, arguments);
 }

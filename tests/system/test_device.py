@@ -61,7 +61,7 @@ def test_settings_on_the_agents_own_handlers(device: Device, agent: Agent) -> No
         with pytest.raises(SnmpError, match="wrongLength"):
             agent.set("16.2.0", "s", "y" * length)
     assert agent.get("16.2.0").text == "x" * 120
-    assert device.shell_lines() == []
+    assert device.command_lines() == []
 
 
 def test_a_token_presets_and_a_get_replaces_it(device: Device) -> None:

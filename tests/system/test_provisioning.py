@@ -88,7 +88,7 @@ def server(tmp_path: Path) -> Iterator[FtpServer]:
 
 def commands(device: Device) -> list[str]:
     """The command lines since the journal was cleared, with "[now] " for a time stamp; clears it."""
-    lines = [re.sub(STAMP, "[now] ", line) for line in device.shell_lines()]
+    lines = [re.sub(STAMP, "[now] ", line) for line in device.command_lines()]
     device.clear_journal()
     return lines
 

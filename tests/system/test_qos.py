@@ -22,7 +22,7 @@ def package_table(agent: Agent) -> list[list[object]]:
 
 def changes(device: Device) -> list[str]:
     """The command lines since the last call that were to change the shaper."""
-    lines = [line for line in device.shell_lines() if "qos" in line and not line.startswith("uci show")]
+    lines = [line for line in device.command_lines() if "qos" in line and not line.startswith("uci show")]
     device.clear_journal()
     return lines
 

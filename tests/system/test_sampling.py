@@ -13,7 +13,7 @@ from testbed.device import Device, wait_until
 
 def collections(device: Device) -> int:
     """How many collections have begun since the journal was cleared."""
-    return device.shell_lines().count("wlanconfig ath0 list sta")
+    return device.command_lines().count("wlanconfig ath0 list sta")
 
 
 @pytest.mark.parametrize("ends_by", ["SIGTERM", "a SET"])

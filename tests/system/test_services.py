@@ -27,7 +27,7 @@ def test_a_pool_that_starts_at_nothing_is_replaced(device: Device, agent: Agent)
     device.uci("set dhcp.lan.start=0")
     device.uci("commit dhcp")
     agent.set("10.1.0", "i", 1)
-    assert device.shell_lines()[1:] == [START, "uci set dhcp.lan.start=100;uci commit dhcp", START,
+    assert device.command_lines()[1:] == [START, "uci set dhcp.lan.start=100;uci commit dhcp", START,
                                         "uci set dhcp.lan.limit=150;uci commit dhcp", TURN_DHCP_ON]
     assert (agent.get("10.2.0").value, agent.get("10.3.0").value) == ("192.168.1.100", "192.168.1.249")
 
@@ -82,7 +82,7 @@ def test_the_automatic_reboot_follows_its_schedule(device: Device, agent: Agent)
         ["/etc/autoreboot_by_time", "03:30"], ["/etc/autoreboot_by_hour", "9"]]
     device.clear_journal()
     agent.set("18.1.0", "i", 2)
-    assert device.shell_lines() == ['wdog --test=1 "~;1;6:n;~;2;1:0;s;e" path=/etc', "kill `pidof wdog`"]
+    assert device.command_lines() == ['wdog --test=1 "~;1;6:n;~;2;1:0;s;e" path=/etc', "kill `pidof wdog`"]
     assert device.calls("wdog") == [["wdog", "--test=1", "~;1;6:n;~;2;1:0;s;e", "path=/etc"]]
 
 

@@ -121,11 +121,11 @@ def test_sets_that_pass_and_sets_that_are_refused(device: Device, agent: Agent) 
         with pytest.raises(SnmpError, match="notWritable"):
             agent.set(oid, kind, text_sent)
     assert device.calls("reboot") == device.calls("date") == []
-    assert not [line for line in device.shell_lines() if "uci set network" in line]
+    assert not [line for line in device.command_lines() if "uci set network" in line]
     assert agent.get(REBOOT).value == -1
 
     agent.set(REBOOT, "i", 1)
-    assert "reboot" in device.shell_lines()
+    assert "reboot" in device.command_lines()
     assert agent.get(REBOOT).value == 1
 
 

@@ -75,7 +75,7 @@ def test_every_way_to_ask_shows_what_the_tools_print(device: Device, tables: Age
     walked = tables.walk(STATISTICS)
     # One command for each cell and one for the rows; then the next table is asked for its first cell.
     commands = ["brctl show"] + [command.format(f"ath{row}") for command, _ in COLUMNS for row in range(3)]
-    assert device.shell_lines()[:-1] == commands
+    assert device.command_lines()[:-1] == commands
     assert cells(walked) == expected
     assert cells(list(chain(tables, STATISTICS))) == expected
     for repetitions in (1, 7, 60):

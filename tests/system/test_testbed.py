@@ -57,7 +57,7 @@ def test_nothing_of_the_machine_is_within_reach(device: Device) -> None:
 def test_the_journal_holds_what_was_run_word_for_word(device: Device, text: str) -> None:
     device.run(["/bin/sh", "-c", text])
     device.run(["/bin/sh", "-c", "--", text])
-    assert device.shell_lines() == [text, text]
+    assert device.command_lines() == [text, text]
 
 
 def test_the_journal_holds_argument_vectors(device: Device) -> None:

@@ -168,7 +168,7 @@ def test_command_lines(device: Device, agent: Agent) -> None:
             agent.set_many(list(staged))
         device.clear_journal()
         agent.set(action, "i", 1)
-        return device.shell_lines()
+        return device.command_lines()
 
     # Sections 0 and 1 are there; the switches have never been set.
     edit = [
@@ -221,7 +221,7 @@ def test_operation(device: Device, agent: Agent) -> None:
     agent.set(ENABLED, "i", 2)
     assert agent.get(ENABLED).value == 2
     agent.set(APPLIED, "i", 1)
-    assert [line for line in device.shell_lines() if "show" not in line] == [
+    assert [line for line in device.command_lines() if "show" not in line] == [
         "uci set vlanac.activation.enabled=1;uci commit vlanac",
         "uci set vlanac.activation.enabled=0;uci commit vlanac",
         "uci set vlanac.activation.running=1;uci commit vlanac;env -i /etc/init.d/network reload > /dev/null &",

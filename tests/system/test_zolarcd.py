@@ -97,7 +97,7 @@ def test_the_master_agent_comes_and_goes(device: Device) -> None:
 def test_another_agent_asks_for_no_row_twice(device: Device) -> None:
     def walk(agent: Agent) -> tuple[list[Value], list[str]]:
         device.clear_journal()
-        return agent.walk("23"), [line for line in device.shell_lines() if "vlan" in line]
+        return agent.walk("23"), [line for line in device.command_lines() if "vlan" in line]
 
     agent, zolarcd = start(device, "subagent")
     through_master = walk(agent)
@@ -139,7 +139,7 @@ def test_in_the_background_it_stays_one_process(device: Device) -> None:
         agent = Client(port, scratch=device.path)
         device.clear_journal()
         agent.set("1.3.0", "i", 1)
-        wait_until(lambda: "uci show snmpd.cfg10e48a.enterpriseid" in device.shell_lines(), "the next start")
+        wait_until(lambda: "uci show snmpd.cfg10e48a.enterpriseid" in device.command_lines(), "the next start")
         wait_until(lambda: answers(port, 0.1), "zolarcd to answer again")
         assert agent.get("2.1.0").text == "ap-lobby"
         number.unlink()
