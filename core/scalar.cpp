@@ -69,7 +69,7 @@ unsigned char *TextScalar::find(variable *row, oid *name, size_t *length, int ex
                                 WriteMethod **write_method) {
   if (!matched(row, name, length, exact, value_length, write_method)) return nullptr;
   const Request request(info_.name);
-  std::array<char, longest_text> before;
+  std::array<char, most_text_bytes> before;
   memcpy(before.data(), answer_.data(), answer_.size());
   get_(answer_.data());
   if (request.late()) {

@@ -52,7 +52,7 @@ struct AddressSpec {
 };
 
 /// The largest buffer of a text, terminator included.
-constexpr size_t longest_text = 4097;
+constexpr size_t most_text_bytes = 4097;
 
 /// What is particular to an OCTET STRING object.
 struct TextSpec {
@@ -293,6 +293,7 @@ constexpr Row<arcs> make_row(const ObjectInfo &info, FindMethod *find) {
   namespace {                                          \
   constexpr zol::TextSpec NAME##_spec{__VA_ARGS__};    \
   }                                                    \
+  static_assert((CAPACITY) <= zol::most_text_bytes);   \
   char NAME[CAPACITY] = INITIAL;
 
 #define ZOL_SETTER_(NAME, TYPE)                                                                    \
