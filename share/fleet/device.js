@@ -102,10 +102,12 @@ function factList(facts) {
 }
 
 function aboutCards(known, instance) {
+  // A silent device keeps what it was.
+  const info = known.all("instance:zolarc_device:info")[0]?.labels ?? {};
   const port = (number) => `↓ ${bitrate(known.number(`eth${number}RxRate`) * 1000)}  ↑ ${bitrate(known.number(`eth${number}TxRate`) * 1000)}`;
   return [
     element("section.card", {}, element("h3", {}, "Device"), factList([
-      ["Address", instance], ["Model", text(known.text("apModel"))], ["Firmware", text(known.text("fwVersion"))],
+      ["Address", instance], ["Model", text(info.apModel)], ["Firmware", text(info.fwVersion)],
       ["Up for", duration(known.number("instance:zolarc_uptime:seconds"))], ["Processor in use", percent(known.number("cpuPercentUsed") / 100)],
       ["Memory in use", known.number("ramUsed") === undefined ? "–" : bytes(known.number("ramUsed") * 1024)],
       ["LAN port", port(1)], ["WAN port", port(2)]])),

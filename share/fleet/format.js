@@ -39,7 +39,12 @@ export const percent = (ratio) => (known(ratio) ? `${(ratio * 100).toFixed(ratio
 export const count = (number, one = "", many = one && `${one}s`) =>
   known(number) ? `${number.toLocaleString("en")} ${number === 1 ? one : many}`.trim() : NONE;
 export const text = (value) => value || NONE;
-export const moment = (seconds) => new Date(seconds * 1000).toLocaleString("sv");
+
+/** A time of today, or a day and its time. */
+export function moment(seconds) {
+  const [day, time] = new Date(seconds * 1000).toLocaleString("sv").split(" ");
+  return day === new Date().toLocaleDateString("sv") ? time : `${day} ${time.slice(0, 5)}`;
+}
 
 /** How well a station is heard: "good", "fair" or "weak". */
 export const quality = (signal) => (!known(signal) ? "" : signal >= -65 ? "good" : signal >= -75 ? "fair" : "weak");

@@ -1,6 +1,7 @@
 // A course over time, drawn by uPlot in the page's colours.
 
 import { element } from "./dom.js";
+import { moment } from "./format.js";
 
 const HEIGHT = 190;
 const SYNC = uPlot.sync("time");
@@ -17,7 +18,7 @@ export class Plot {
     this.resizing.observe(this.box);
   }
 
-  /** Draws `series`: [{label, values}], at most six of which have colours of their own. */
+  /** Draws `series`: [{label, values, hue}]; `hue` is the number of a colour, of which there are six, and otherwise the place. */
   show(times, series) {
     this.last = [times, series];
     // What began within the time is drawn from there on.
@@ -28,6 +29,7 @@ export class Plot {
     this.describe(series);
     if (this.chart && this.labels === labels) {
       this.chart.setData(data);
+      this.chart.setLegend({ idx: data[0].length - 1 });
       return;
     }
     this.labels = labels;
@@ -40,6 +42,7 @@ export class Plot {
       return;
     }
     this.chart = new uPlot(this.options(series), data, this.box);
+    this.chart.setLegend({ idx: data[0].length - 1 });
   }
 
   options(series) {
@@ -52,7 +55,8 @@ export class Plot {
     };
     return {
       width: this.box.clientWidth, height: HEIGHT, cursor: { sync: { key: SYNC.key }, drag: { x: false, y: false } },
-      legend: { live: true },
+      // Where nobody points, the legend tells the last values.
+      hooks: { setCursor: [(chart) => { if (chart.cursor.idx == null) chart.setLegend({ idx: chart.data[0].length - 1 }); }] },
       scales: { y: { range } },
       axes: [
         { ...axis, size: 30, space: 70, incrs: [60, 300, 600, 900, 1800, 3600, 7200, 14400, 21600, 43200, 86400, 172800],
@@ -60,9 +64,9 @@ export class Plot {
         { ...axis, size: 78, space: 34, values: (_, ticks) => ticks.map((tick) => this.format(tick)) },
       ],
       series: [
-        { label: "Time", value: (_, time) => (time === null ? "" : new Date(time * 1000).toLocaleString("sv")) },
-        ...series.map(({ label }, i) => ({
-          label, stroke: colour(`--plot-${(i % 6) + 1}`), width: 1.75, points: { show: series.length < 3 ? undefined : false },
+        { label: "Time", value: (_, time) => (time === null ? "" : moment(time)) },
+        ...series.map(({ label, hue }, i) => ({
+          label, stroke: colour(`--plot-${((hue ?? i) % 6) + 1}`), width: 1.75, points: { show: series.length < 3 ? undefined : false },
           fill: i === 0 && series.length < 3 && this.low === 0 ? `${colour("--plot-1")}22` : undefined, spanGaps: false,
           value: (_, value) => (value === null ? "–" : this.format(value)),
         })),

@@ -38,11 +38,10 @@ const COLUMNS = [
   { name: "Weakest … strongest", right: true, wide: true, sort: (s) => s.weakest, cell: (s) => `${dbm(s.weakest)} … ${dbm(s.strongest)}` },
 ];
 
-/** One lane a device; a bar a stay. */
-function lanes(stays, start, end) {
+/** One lane a device, in the colour with that number; a bar a stay. */
+function lanes(stays, start, end, hues) {
   const share = (time) => `${(100 * (Math.max(time, start) - start)) / (end - start)}%`;
-  const names = [...new Set(stays.map(({ instance }) => instance))];
-  return names.map((instance, i) => {
+  return hues.map((instance, i) => {
     const own = stays.filter((stay) => stay.instance === instance);
     return element("div.lane", {}, element("a", { href: address.link("device", instance) }, own[0].name),
       element("div.track", {}, own.map((stay) => {
@@ -88,10 +87,11 @@ export function openStation(content, { name }) {
       summary.replaceChildren(...[mac, ip, count(all.length, "stay"), count(changes, "change of device", "changes of device")]
         .filter(Boolean).map((part) => element("span", {}, part)));
       where.ariaLabel = all.map((stay) => `${place(stay)} from ${moment(stay.from)} for ${duration(stay.to - stay.from)}`).join("; ");
-      where.replaceChildren(...(all.length ? lanes(all, course.times[0], end) : [element("p.empty", {}, "Nobody has heard it in this time.")]));
+      const hues = [...new Set(all.map(({ instance }) => instance))];
+      where.replaceChildren(...(all.length ? lanes(all, course.times[0], end, hues) : [element("p.empty", {}, "Nobody has heard it in this time.")]));
       stays.show(all);
       signal.show(course.times, course.series.map(({ labels: at, values: points }) => ({
-        label: `${names.get(at.instance) ?? at.instance} ${at.zolStationInterface ?? ""}`, values: points })));
+        label: `${names.get(at.instance) ?? at.instance} ${at.zolStationInterface ?? ""}`, values: points, hue: hues.indexOf(at.instance) })));
     },
     recolour() { signal.recolour(); },
     close() { signal.close(); },
