@@ -9,6 +9,9 @@
 // any other. Blanks around names and values do not count; empty lines and lines that begin with '#' or ';' are skipped.
 // Of two keys or sections with the same name the first one counts. Lines are of any length; a NUL ends what a line
 // says.
+//
+// wdog keeps its settings and its history so, the wireless driver's loader (mib/clients/driver) reads the radios'
+// devices, and core/label the web interface's texts; all of it is exported for programs that load the library.
 
 #include <cstddef>
 
