@@ -100,15 +100,15 @@ void append_change(CommandLine &line, Direction direction, const DottedQuad &cli
   while (const std::optional<Section> section = sections.next()) {
     if (!section->is_rule_of(direction, client)) continue;
     if (package != 0) {
-      line.append("uci set qos.@classify[%d].target=%s", section->index, targets[static_cast<size_t>(package - 1)]);
+      line.append("uci set qos.@classify[%d].target=%-s", section->index, targets[static_cast<size_t>(package - 1)]);
       return;
     }
     // Each deletion moves the sections behind it up by one.
-    line.append("%suci delete qos.@classify[%d]", deleted == 0 ? "" : ";", section->index - deleted);
+    line.append("%-suci delete qos.@classify[%d]", deleted == 0 ? "" : ";", section->index - deleted);
     ++deleted;
   }
   if (package == 0) return;
-  line.append("uci add qos classify;uci set qos.@classify[-1].target=%s;uci set qos.@classify[-1].%s=%s",
+  line.append("uci add qos classify;uci set qos.@classify[-1].target=%-s;uci set qos.@classify[-1].%-s=%s",
               targets[static_cast<size_t>(package - 1)], host_option(direction), client.text());
 }
 

@@ -34,14 +34,14 @@ int get_zol_package_list(char *dst) {
 
 int get_bandwidth_package(const char *direction, const char *name, int32_t *out) {
   *out = 0;
-  CommandOutput output("uci show qos.%s%s.avgrate", name, section_suffix(direction));
+  CommandOutput output("uci show qos.%s%-s.avgrate", name, section_suffix(direction));
   if (!output) return -1;
   if (const char *equals = output.find("=")) *out = to_int32(equals + 1);
   return 0;
 }
 
 int set_bandwidth_package(const char *direction, const char *name, int32_t value) {
-  shell("uci set qos.%s%s.avgrate=%d;uci commit qos", name, section_suffix(direction), value);
+  shell("uci set qos.%s%-s.avgrate=%d;uci commit qos", name, section_suffix(direction), value);
   return 0;
 }
 

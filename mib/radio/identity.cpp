@@ -64,7 +64,7 @@ int set_operation_mode(int32_t mode, int32_t iface) {
   CommandLine command;
   if (mode >= 0 && static_cast<size_t>(mode) < modes.size()) {
     const auto &[name, wds] = modes[static_cast<size_t>(mode)];
-    command.append("uci set wireless.@wifi-iface[%d].mode=%s", iface, name);
+    command.append("uci set wireless.@wifi-iface[%d].mode=%-s", iface, name);
     if (wds >= 0) command.append(";uci set wireless.@wifi-iface[%d].wds=%d", iface, wds);
   }
   // An unknown mode leaves the commit alone on the line; no setter lets one through.

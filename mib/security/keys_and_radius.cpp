@@ -92,7 +92,7 @@ SECURITY_TEXT(security_key, "key", 6, 9);
 ZOL_INTEGER(security_keyslot, .oid = {6, 3}, .accepts = range(1, 4), .initial = 1);
 
 int get_security_keyslot(int32_t *slot) {
-  constexpr Option key = OPTION("key");
+  static constexpr Option key = OPTION("key");
   // Without the option the slot stays what it was.
   return take_first(
       show(key), [=](const Value &value) { *slot = value.in_line_with(key.marker) ? value.number().value_or(0) : 1; });

@@ -17,7 +17,7 @@ constexpr const char *no_section = "unknown";
 char *get_vlan_vlanid(const char *package, int n) {
   static char id[128];
   copy_text(id, no_section);
-  CommandOutput output("uci show %s -q | grep \"vlan\\[%d\\].vlanid=\"", package, n);
+  CommandOutput output("uci show %-s -q | grep \"vlan\\[%d\\].vlanid=\"", package, n);
   if (output.next()) {
     if (const char *text = text_after(output.line(), "vlanid=")) copy_text(id, text);
   }

@@ -151,11 +151,11 @@ void rewrite_flags(const vlan::Kind &kind, int section, const char *staged) {
   copy_text(flags, staged);
   zol_replace_a_char(flags.data(), ';', ' ');
   const size_t length = strlen(flags.data());
-  shell("uci delete -q %s.@vlan[%d].%s", kind.package, section, kind.flags);
+  shell("uci delete -q %-s.@vlan[%d].%-s", kind.package, section, kind.flags);
   CommandLine batch;
   for (size_t flag = 0; flag < count; ++flag) {
     const char value = 2 * flag < length ? flags[2 * flag] : '0';
-    batch.append("%suci add_list %s.@vlan[%d].%s=%c", batch.empty() ? "" : ";", kind.package, section, kind.flags,
+    batch.append("%-suci add_list %-s.@vlan[%d].%-s=%c", batch.empty() ? "" : ";", kind.package, section, kind.flags,
                  value);
     // The first batch holds one flag, so the last one holds one less than the others.
     if (flag % batch_size == 0) {
@@ -168,14 +168,14 @@ void rewrite_flags(const vlan::Kind &kind, int section, const char *staged) {
 
 /// Adds a section; it is expected to take the index at which the search for it ended.
 void append_add(CommandLine &line, const vlan::Kind &kind, int section, int32_t id) {
-  line.append("uci add %s vlan;uci set %s.@vlan[%d].vlanid=%d", kind.package, kind.package, section, id);
+  line.append("uci add %-s vlan;uci set %-s.@vlan[%d].vlanid=%d", kind.package, kind.package, section, id);
 }
 
 void write_managed() {
   const auto [found, section] = find_section(managed, vlan_id);
   CommandLine line;
   if (!found) append_add(line, managed, section, vlan_id);
-  line.append("%suci set vlan.@vlan[%d].desc=\"%s\"", line.empty() ? "" : ";", section, vlan_desc_ptr);
+  line.append("%-suci set vlan.@vlan[%d].desc=\"%s\"", line.empty() ? "" : ";", section, vlan_desc_ptr);
   line.append(";uci set vlan.@vlan[%d].bridge=\"All Others\"", section);
   if (vlan_dhcpc == 1) line.append(";uci set vlan.@vlan[%d].dhcpc=yes", section);
   if (vlan_dhcpc == 2) line.append(";uci set vlan.@vlan[%d].dhcpc=no", section);
@@ -212,7 +212,7 @@ void write_trunk() {
 void delete_section(const vlan::Kind &kind, int32_t id) {
   const vlan::Place place = find_section(kind, id);
   if (!place.found) return;
-  shell("uci delete %s.@vlan[%d];uci commit %s", kind.package, place.section, kind.package);
+  shell("uci delete %-s.@vlan[%d];uci commit %-s", kind.package, place.section, kind.package);
 }
 
 }  // namespace
