@@ -2,11 +2,14 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <string_view>
 
 #include "core/conf_file.hpp"
 #include "core/lock.hpp"
@@ -15,11 +18,13 @@
 namespace {
 
 struct Label {
-  const char *key;
+  std::string_view key;
   const char *text;
 };
 
-/// What the program wdog shows.
+constexpr bool is_before(const Label &one, const Label &other) { return one.key < other.key; }
+
+/// What the program wdog shows, in the order of the keys.
 constexpr Label english[] = {
     {"wdog.0", "configuration"},
     {"wdog.1", "task monitor"},
@@ -57,35 +62,36 @@ constexpr Label english[] = {
     {"wdog.6.3", "schedule"},
     {"wdog.6.4", "ping watchdog"},
     {"wdog.6.5", "reboots that count for its limit"},
-    {"wdog.bad.key", "a number, ~, s, e or ? is expected"},
-    {"wdog.bad.number", "there is no such number here"},
-    {"wdog.bad.told", "this is only shown"},
-    {"wdog.bad.switch", "y or n is expected"},
-    {"wdog.bad.kind", "time or hours is expected"},
-    {"wdog.bad.time", "a time from 00:00 to 23:59 is expected"},
-    {"wdog.bad.hours", "1 to 23 hours are expected"},
-    {"wdog.bad.schedule", "not saved: the kind of schedule needs its time or its hours first"},
-    {"wdog.bad.failures", "0 to 100 failures are expected, 0 for off"},
-    {"wdog.bad.targets", "up to four names or addresses with a blank between are expected"},
-    {"wdog.bad.interval", "1 to 3600 seconds are expected"},
-    {"wdog.bad.timeout", "1 to 60 seconds are expected"},
-    {"wdog.bad.grace", "0 to 3600 seconds are expected"},
     {"wdog.bad.action", "reboot, network or script is expected"},
-    {"wdog.bad.script", "an absolute path is expected"},
-    {"wdog.bad.limit", "0 to 100 reboots are expected"},
-    {"wdog.bad.name", "1 to 32 bytes of text are expected"},
     {"wdog.bad.address", "an address such as 192.168.1.1 is expected"},
-    {"wdog.bad.netmask", "a netmask such as 255.255.255.0 is expected"},
     {"wdog.bad.channel", "auto or a channel from 1 to 255 is expected"},
     {"wdog.bad.community", "1 to 64 bytes of text are expected"},
+    {"wdog.bad.failures", "0 to 100 failures are expected, 0 for off"},
+    {"wdog.bad.grace", "0 to 3600 seconds are expected"},
+    {"wdog.bad.hours", "1 to 23 hours are expected"},
+    {"wdog.bad.interval", "1 to 3600 seconds are expected"},
+    {"wdog.bad.key", "a number, ~, s, e or ? is expected"},
+    {"wdog.bad.kind", "time or hours is expected"},
+    {"wdog.bad.limit", "0 to 100 reboots are expected"},
+    {"wdog.bad.memory", "there is no memory"},
+    {"wdog.bad.name", "1 to 32 bytes of text are expected"},
+    {"wdog.bad.netmask", "a netmask such as 255.255.255.0 is expected"},
+    {"wdog.bad.number", "there is no such number here"},
     {"wdog.bad.port", "a port from 0 to 65535 is expected"},
     {"wdog.bad.save", "not saved"},
-    {"wdog.bad.memory", "there is no memory"},
+    {"wdog.bad.schedule", "not saved: the kind of schedule needs its time or its hours first"},
+    {"wdog.bad.script", "an absolute path is expected"},
+    {"wdog.bad.switch", "y or n is expected"},
+    {"wdog.bad.targets", "up to four names or addresses with a blank between are expected"},
+    {"wdog.bad.time", "a time from 00:00 to 23:59 is expected"},
+    {"wdog.bad.timeout", "1 to 60 seconds are expected"},
+    {"wdog.bad.told", "this is only shown"},
     {"wdog.help", "number: enter a menu, choose an item; n:value: set item n; ~: top; s: save; e: end; ?: help"},
-    {"wdog.unsaved", "ended; what was not saved is lost"},
     {"wdog.no_daemon", "saved; no wdog runs: it starts with the device, or by wdog --daemon"},
     {"wdog.saved", "saved"},
+    {"wdog.unsaved", "ended; what was not saved is lost"},
 };
+static_assert(std::is_sorted(std::begin(english), std::end(english), is_before));
 
 using Text = std::array<char, 1024>;
 using Path = std::array<char, 128>;
@@ -192,10 +198,8 @@ const char *translation_of(const char *key) {
 }
 
 const char *english_of(const char *key) {
-  for (const Label &label : english) {
-    if (strcmp(label.key, key) == 0) return label.text;
-  }
-  return nullptr;
+  const Label *found = std::lower_bound(std::begin(english), std::end(english), Label{key, nullptr}, is_before);
+  return found != std::end(english) && found->key == key ? found->text : nullptr;
 }
 
 }  // namespace

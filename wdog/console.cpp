@@ -1,7 +1,6 @@
 #include "wdog/console.hpp"
 
-#include <signal.h>
-
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

@@ -2,12 +2,12 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -87,6 +87,14 @@ void open_nothing() {
   _exit(answered && reason == 0 ? 0 : 1);
 }
 
+/// Who finds the lock may send the signal at once, before it is waited for.
+void hold_hangup() {
+  sigset_t hangup;
+  sigemptyset(&hangup);
+  sigaddset(&hangup, SIGHUP);
+  sigprocmask(SIG_BLOCK, &hangup, nullptr);
+}
+
 void answer(int pipe, int reason) {
   if (write(pipe, &reason, sizeof reason) == -1) _exit(1);
   if (reason != 0) _exit(1);
@@ -119,6 +127,7 @@ void become_daemon() {
   close_others(ends[1]);
   open_nothing();
   log_to_syslog();
+  hold_hangup();
   // The lock is the process's own: it is taken here, not inherited.
   const int descriptor = open_lock(O_RDWR | O_CREAT);
   if (descriptor == -1) answer(ends[1], errno);

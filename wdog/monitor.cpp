@@ -1,11 +1,11 @@
 #include "wdog/monitor.hpp"
 
 #include <poll.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 
 #include "core/log.hpp"
@@ -85,7 +85,7 @@ class Monitor {
     std::array<pollfd, PingWatchdog::most_descriptors> descriptors;
     const size_t count = ping_.wait_for(descriptors.data());
     const int64_t patience = std::clamp<int64_t>(ping_.patience(read_clocks()), 0, longest);
-    const timespec time{patience / 1000, patience % 1000 * 1'000'000L};
+    const timespec time{static_cast<time_t>(patience / 1000), static_cast<long>(patience % 1000) * 1'000'000};
     ppoll(descriptors.data(), count, &time, &mask);
   }
 

@@ -1,13 +1,13 @@
 #include "wdog/programs.hpp"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 
 namespace wdog {
 

@@ -2,11 +2,11 @@
 
 #include <fcntl.h>
 #include <netdb.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 
 #include "wdog/programs.hpp"

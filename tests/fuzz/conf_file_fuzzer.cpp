@@ -72,8 +72,8 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   require(file != nullptr, "it opens");
   const bool selected = !sectioned || section.empty() || confSection(file, section.c_str()) == 0;
   const std::optional<std::string> before = value_of(file, other);
-  const bool was_there = selected && value_of(file, key).has_value();
   const bool added = selected || confAdd(file, section.c_str()) == 0;
+  const bool was_there = value_of(file, key).has_value();
   const bool written = confWrite(file, key.c_str(), value.c_str()) == 0;
   require(confClose(file) == 0, "it closes");
 

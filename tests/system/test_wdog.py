@@ -146,6 +146,12 @@ def test_the_menu_on_a_terminal(device: Device) -> None:
     assert set(device.read("/etc/zolarc.values").splitlines()) >= {"0.3.19=1", "0.3.20=--by-hour=1"}
 
 
+def test_it_needs_the_c_library_only(device: Device) -> None:
+    headers = subprocess.run(["readelf", "-d", device.build / "wdog"], capture_output=True, text=True, check=True).stdout
+    needed = set(re.findall(r"NEEDED.*\[(.*)]", headers))
+    assert needed == {"libc.so.6"} or device.sanitized
+
+
 def test_keys_without_a_terminal(device: Device) -> None:
     done = device.run(["wdog", "--test=1", OFF, "path=/etc"])
     assert (done.returncode, done.stderr) == (0, "")
