@@ -3,6 +3,7 @@
 #include <syslog.h>
 
 #include <array>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
@@ -103,6 +104,8 @@ int main(int count, char **arguments) {
     fprintf(stderr, "wdog: not a folder: %s\n", options.folder);
     return not_understood;
   }
+  // Whoever starts it may ignore it: then nothing could be waited for.
+  signal(SIGCHLD, SIG_DFL);
   tzset();
   zol::name_language_in(path_of(wdog::File::language));
   return run(options);
