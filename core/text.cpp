@@ -115,6 +115,14 @@ std::optional<int32_t> scan_second_number(const char *text, const char *label) {
   return scan_int32(text);
 }
 
+const char *skip_words(const char *text, int count) {
+  for (; count > 0; --count) {
+    text = skip_blanks(text);
+    text += strcspn(text, " \t\n\v\f\r");
+  }
+  return text;
+}
+
 bool scan_word(std::span<char> target, const char *text) {
   const char *begin = skip_blanks(text);
   size_t length = 0;

@@ -53,6 +53,9 @@ std::optional<int32_t> scan_int32(const char *&cursor);
 /// "1234 errors:5". Nothing where something else stands there.
 std::optional<int32_t> scan_second_number(const char *text, const char *label);
 
+/// The text behind its first `count` words and the blanks before them.
+const char *skip_words(const char *text, int count);
+
 /// Reads what `%s` reads at `text`: the first run of non-blank characters, cut where it is too long. False, and
 /// `target` unchanged, when only blanks follow.
 bool scan_word(std::span<char> target, const char *text);

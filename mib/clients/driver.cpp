@@ -3,15 +3,7 @@
 
 #include "mib/clients/driver.hpp"
 
-// The kernel's header wants the C library's first.
-#include <net/if.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
-// clang-format off
-#include <linux/wireless.h>
-// clang-format on
 #include <syslog.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -24,6 +16,7 @@
 #include "core/address.hpp"
 #include "core/conf_file.hpp"
 #include "core/text.hpp"
+#include "core/wireless_driver.hpp"
 #include "mib/clients/client_list.hpp"
 #include "mib/clients/clients.hpp"
 
@@ -35,35 +28,6 @@ constinit std::atomic<bool> rssi_in_dbm = true;
 
 /// How many wireless interfaces `loadTables` has seen.
 int wireless_interfaces = 0;
-
-class DatagramSocket {
- public:
-  DatagramSocket() : descriptor_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
-  DatagramSocket(const DatagramSocket &) = delete;
-  DatagramSocket &operator=(const DatagramSocket &) = delete;
-  ~DatagramSocket() {
-    if (*this) close(descriptor_);
-  }
-  explicit operator bool() const { return descriptor_ >= 0; }
-
-  /// One wireless request about `interface`; false when the driver refuses it.
-  bool ask(const char *interface, unsigned long request, iwreq &answer) const {
-    copy_text(answer.ifr_ifrn.ifrn_name, interface);
-    return ioctl(descriptor_, request, &answer) >= 0;
-  }
-
-  /// The same with room for an answer of its own; how long that is, or -1.
-  int ask(const char *interface, unsigned long request, void *room, size_t size) const {
-    iwreq answer{};
-    answer.u.data.pointer = room;
-    answer.u.data.length = static_cast<uint16_t>(size);
-    if (!ask(interface, request, answer)) return -1;
-    return answer.u.data.length;
-  }
-
- private:
-  int descriptor_;
-};
 
 /// What the driver says of an interface. No object shows it.
 struct InterfaceInfo {
@@ -96,7 +60,7 @@ void read_wireless_status(const char *interface, InterfaceInfo &info) {
 }
 
 /// Asks the driver all it tells of an interface. Only some of the answers are kept.
-void load_interface(const DatagramSocket &driver, const char *interface, InterfaceInfo &info) {
+void load_interface(const WirelessDriver &driver, const char *interface, InterfaceInfo &info) {
   interface_info = {};
   copy_text(info.interface, interface);
   iwreq answer{};
@@ -193,7 +157,7 @@ void fill(ClientRecord &record, const char *device, const StationEntry &entry) {
 
 /// Lists the stations of one device. False when the driver does not answer.
 bool load_stations(const char *device) {
-  const DatagramSocket driver;
+  const WirelessDriver driver;
   if (!driver) {
     printf("socket fail\n");
     return false;
@@ -252,7 +216,7 @@ bool read_device(ConfFile *configuration, int radio, std::span<char> device) {
 void zol::report_rssi_in_dbm(bool in_dbm) { rssi_in_dbm = in_dbm; }
 
 void loadTables(void) {
-  const DatagramSocket driver;
+  const WirelessDriver driver;
   if (!driver) {
     syslog(LOG_ERR, "SNMP zolwlanlib.loadTables() - %s\n", "socket open failure");
     return;

@@ -52,16 +52,19 @@ const char *find_address(const char *line, const char *address) {
 CommandOutput<> list_associations(int interface) { return CommandOutput("iwinfo ath%d assoclist", interface); }
 CommandOutput<> list_counters(int interface) { return CommandOutput("80211stats -i ath%d -a", interface); }
 
-/// Asks one interface after the other until `look` finds what it wants in the output of `start(interface)`.
+/// Asks one interface after the other until `look` finds what it wants of the station in the output of
+/// `start(interface)`.
 template <class Look>
-int search(CommandOutput<> (*start)(int), Look look) {
+int search(const char *mac, CommandOutput<> (*start)(int), Look look) {
+  const auto station = parse_mac(mac, '-');
+  if (!station) return 0;
   // None where they cannot be counted.
   uint32_t interfaces = 0;
   get_virtual_ap_num(&interfaces);
   for (uint32_t i = 0; i < interfaces; ++i) {
     CommandOutput<> output = start(static_cast<int>(i));
     if (!output) return -1;
-    if (look(output)) return 0;
+    if (look(output, *station)) return 0;
   }
   return 0;
 }
@@ -77,14 +80,16 @@ const char *find_behind(LineReader &output, const Marker &address, const char *l
   return nullptr;
 }
 
-/// The text behind its first `count` words and the blanks before them.
-const char *skip_words(const char *text, int count) {
-  constexpr const char *blanks = " \t\n\v\f\r";
-  for (; count > 0; --count) {
-    text += strspn(text, blanks);
-    text += strcspn(text, blanks);
-  }
-  return text;
+/// The same for what stands at `label` on the line that holds the station's address, as `write` writes it, or on a
+/// later one: `take` is called with it.
+template <class Take>
+int search_label(const char *mac, CommandOutput<> (*start)(int), Marker (*write)(const Mac &), const char *label,
+                 Take take) {
+  return search(mac, start, [=](LineReader &output, const Mac &station) {
+    const char *found = find_behind(output, write(station), label);
+    if (found != nullptr) take(found);
+    return found != nullptr;
+  });
 }
 
 /// Reads on to the line of the station's lease.
@@ -104,31 +109,20 @@ bool find_lease(LineReader &leases, const Mac &mac) {
 
 int zol_get_80211_by_macaddr(const char *mac, int32_t *out, const char *counter) {
   *out = 0;
-  const auto octets = parse_mac(mac, '-');
-  if (!octets) return 0;
-  return search(list_counters, [&, address = without_zeros(*octets)](LineReader &output) {
-    const char *found = find_behind(output, address, counter);
-    if (found != nullptr) *out = counter_value(found);
-    return found != nullptr;
-  });
+  return search_label(mac, list_counters, without_zeros, counter,
+                      [=](const char *found) { *out = counter_value(found); });
 }
 
 int zol_get_ac_txccq_by_macaddr(const char *mac, int32_t *percent) {
   *percent = 0;
-  const auto octets = parse_mac(mac, '-');
-  if (!octets) return 0;
-  return search(list_associations, [&, address = bracketed(*octets)](LineReader &output) {
-    const char *found = find_behind(output, address, "=");
-    if (found != nullptr) *percent = to_int32(found + 1);
-    return found != nullptr;
-  });
+  return search_label(mac, list_associations, bracketed, "=",
+                      [=](const char *found) { *percent = to_int32(found + 1); });
 }
 
 int zol_get_ac_rssi_by_macaddr(const char *mac, int32_t *dbm) {
   *dbm = 0;
-  const auto octets = parse_mac(mac, '-');
-  if (!octets) return 0;
-  return search(list_associations, [&, address = MacText(*octets)](LineReader &output) {
+  return search(mac, list_associations, [=](LineReader &output, const Mac &station) {
+    const MacText address(station);
     while (output.next()) {
       if (strstr(output.line(), "unknown") != nullptr || strstr(output.line(), "dBm") == nullptr) continue;
       const char *found = find_address(output.line(), address.text());
@@ -142,9 +136,8 @@ int zol_get_ac_rssi_by_macaddr(const char *mac, int32_t *dbm) {
 
 int zol_get_ac_noise_by_macaddr(const char *mac, int32_t *dbm) {
   *dbm = 0;
-  const auto octets = parse_mac(mac, '-');
-  if (!octets) return 0;
-  return search(list_associations, [&, address = MacText(*octets)](LineReader &output) {
+  return search(mac, list_associations, [=](LineReader &output, const Mac &station) {
+    const MacText address(station);
     while (output.next()) {
       const char *noise = text_after(output.line(), "dBm /");
       if (noise == nullptr || find_address(output.line(), address.text()) == nullptr) continue;
@@ -157,13 +150,9 @@ int zol_get_ac_noise_by_macaddr(const char *mac, int32_t *dbm) {
 
 int zol_get_ac_signalchains_by_macaddr(const char *mac, char *text) {
   *text = '\0';
-  const auto octets = parse_mac(mac, '-');
-  if (!octets) return 0;
-  return search(list_associations, [&, address = bracketed(*octets)](LineReader &output) {
-    constexpr const char *label = "Signal Chains=";
-    const char *found = find_behind(output, address, label);
-    if (found != nullptr) scan_word({text, chains_size}, found + strlen(label));
-    return found != nullptr;
+  static constexpr const char *label = "Signal Chains=";
+  return search_label(mac, list_associations, bracketed, label, [=](const char *found) {
+    scan_word({text, chains_size}, found + strlen(label));
   });
 }
 

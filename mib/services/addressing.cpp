@@ -89,25 +89,21 @@ int store_dns_servers(const char *option, const char *servers) {
 
 }  // namespace
 
+/// The servers kept in the option OPTION; the further arguments are the object's arcs.
+#define DNS_SERVERS(NAME, OPTION, ...)                                                    \
+  ZOL_TEXT(NAME, list_size, .oid = {__VA_ARGS__}, .accepts = range(1, list_size - 1),     \
+           .prepare = read_first<get_##NAME, NAME>);                                      \
+  int get_##NAME(char *servers) {                                                         \
+    return read_dns_servers(CommandOutput<256>("uci show " OPTION), OPTION "=", servers); \
+  }                                                                                       \
+  int set_##NAME(const char *servers) { return store_dns_servers(OPTION, servers); }      \
+  static_assert(true)
+
 /// @syntax ZolarcText (SIZE (0..256))
 /// The DNS servers of the LAN, separated by semicolons (network.lan.dns). A SET is not committed: it is in force only
 /// after something else commits the network's configuration.
-ZOL_TEXT(dns_servers, list_size, .oid = {8, 1, 5}, .accepts = range(1, list_size - 1),
-         .prepare = read_first<get_dns_servers, dns_servers>);
-
-int get_dns_servers(char *servers) {
-  return read_dns_servers(CommandOutput<256>("uci show network.lan.dns"), "network.lan.dns=", servers);
-}
-
-int set_dns_servers(const char *servers) { return store_dns_servers("network.lan.dns", servers); }
+DNS_SERVERS(dns_servers, "network.lan.dns", 8, 1, 5);
 
 /// @syntax ZolarcText (SIZE (0..256))
 /// The DNS servers of the WAN, separated by semicolons (network.wan.dns), as dnsServers.
-ZOL_TEXT(wan_dnsservers, list_size, .oid = {8, 2, 5}, .accepts = range(1, list_size - 1),
-         .prepare = read_first<get_wan_dnsservers, wan_dnsservers>);
-
-int get_wan_dnsservers(char *servers) {
-  return read_dns_servers(CommandOutput<256>("uci show network.wan.dns"), "network.wan.dns=", servers);
-}
-
-int set_wan_dnsservers(const char *servers) { return store_dns_servers("network.wan.dns", servers); }
+DNS_SERVERS(wan_dnsservers, "network.wan.dns", 8, 2, 5);

@@ -50,28 +50,24 @@ int read_community(LineReader &&output, const char *name, char *community) {
 
 }  // namespace
 
+/// A community kept in the option OPTION; the further arguments are its arcs.
+#define COMMUNITY(NAME, OPTION, ...)                                                            \
+  ZOL_TEXT(NAME, community_size, .oid = {__VA_ARGS__}, .accepts = range(1, community_size - 1), \
+           .prepare = read_first<get_##NAME, NAME>);                                            \
+  int get_##NAME(char *community) {                                                             \
+    return read_community(CommandOutput("uci show snmpd.main." OPTION), OPTION, community);     \
+  }                                                                                             \
+  int set_##NAME(const char *community) { return store_text("snmpd.main." OPTION, community); } \
+  static_assert(true)
+
 /// @syntax ZolarcText (SIZE (0..64))
 /// The community for reading (snmpd.main.v2read), in force when the agent starts again.
-ZOL_TEXT(ro_community, community_size, .oid = {17, 2}, .accepts = range(1, community_size - 1),
-         .prepare = read_first<get_ro_community, ro_community>);
-
-int get_ro_community(char *community) {
-  return read_community(CommandOutput("uci show snmpd.main.v2read"), "v2read", community);
-}
-
-int set_ro_community(const char *community) { return store_text("snmpd.main.v2read", community); }
+COMMUNITY(ro_community, "v2read", 17, 2);
 
 /// @syntax ZolarcText (SIZE (0..64))
 /// The community for writing (snmpd.main.v2write), in force when the agent starts again. Who knows it controls the
 /// device: restrict this object by a view.
-ZOL_TEXT(rw_community, community_size, .oid = {17, 3}, .accepts = range(1, community_size - 1),
-         .prepare = read_first<get_rw_community, rw_community>);
-
-int get_rw_community(char *community) {
-  return read_community(CommandOutput("uci show snmpd.main.v2write"), "v2write", community);
-}
-
-int set_rw_community(const char *community) { return store_text("snmpd.main.v2write", community); }
+COMMUNITY(rw_community, "v2write", 17, 3);
 
 /// @syntax ZolarcAction
 /// Set to perform(1), the agent answers, ends and starts again, as with applyChange. A GET answers what was set last.
