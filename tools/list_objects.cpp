@@ -2,12 +2,23 @@
 // 1.3.6.1.4.1.E.8, name, type, access, what a SET accepts (numbers, or lengths of a text), rows of a table's column (0
 // for a scalar), the module that holds it.
 
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "core/module.hpp"
+#include "core/switches.hpp"
+
+// The linker marks the ends of the section that ZOL_REGISTER_TOKEN fills.
+extern "C" {
+extern const zol::Token *const start_of_tokens[] __asm__("__start_zol_tokens");
+extern const zol::Token *const end_of_tokens[] __asm__("__stop_zol_tokens");
+}
 
 namespace {
 
@@ -68,9 +79,42 @@ void print(const Entry &entry) {
   printf("\t%u\t%s\n", object.rows, entry.module);
 }
 
-}  // namespace
+using Parse = void(const char *, char *);
 
-int main() {
+/// What a token keeps of a text is found out by handing it some.
+void print_token(const char *module, const char *name, Parse *parse) {
+  const auto *value = static_cast<const char *>(dlsym(RTLD_DEFAULT, name));
+  if (value == nullptr || parse == nullptr) return;
+  std::string text(8000, 'x');
+  parse(name, text.data());
+  const size_t kept = *value == 'x' ? strlen(value) : 0;
+  text.assign(kept, 'x');
+  bool whole = false;
+  if (kept > 0) {
+    parse(name, text.data());
+    whole = text == value;
+  }
+  printf("%s\t%s\t%zu\t%s\n", module, name, kept > 0 && !whole ? kept - 1 : kept, whole ? "whole" : "");
+}
+
+void print_tokens() {
+  for (const zol::Module *module : zol::modules()) {
+    const std::string parse = module->name + std::string("_parse_config");
+    print_token(module->name, module->name, reinterpret_cast<Parse *>(dlsym(RTLD_DEFAULT, parse.c_str())));
+  }
+  const auto bytes = reinterpret_cast<uintptr_t>(end_of_tokens) - reinterpret_cast<uintptr_t>(start_of_tokens);
+  for (const zol::Token *token : std::span(start_of_tokens, bytes / sizeof(void *))) {
+    print_token(token->module, token->name, token->parse);
+  }
+}
+
+void print_switches() {
+  for (const zol::Switch &which : zol::switches()) {
+    printf("%s\t%s\t%d\t%s\n", which.name, which.values, which.initial, which.sentence);
+  }
+}
+
+void print_objects() {
   std::vector<Entry> entries;
   for (const zol::Module *module : zol::modules()) {
     for (const zol::ObjectInfo &object : std::span(module->objects, module->object_count)) {
@@ -79,4 +123,17 @@ int main() {
   }
   std::ranges::sort(entries, {}, path);
   std::ranges::for_each(entries, print);
+}
+
+}  // namespace
+
+int main(int count, char **arguments) {
+  const std::string what = count > 1 ? arguments[1] : "objects";
+  if (what == "tokens") {
+    print_tokens();
+  } else if (what == "switches") {
+    print_switches();
+  } else {
+    print_objects();
+  }
 }

@@ -8,7 +8,7 @@ import re
 from collections.abc import Callable
 from pathlib import Path
 
-from tools import commands, mib_file, snmp_yml, whole_tree
+from tools import commands, manual, mib_file, snmp_yml, whole_tree
 from tools.model import REPOSITORY, Object
 
 
@@ -32,12 +32,13 @@ class Made:
 
 
 MIB = Made(REPOSITORY / "share/mibs/ZOLARC-MIB.txt.in", lambda objects, _: mib_file.render(objects))
+MANUAL = Made(manual.PAGE, manual.render)
 COMMANDS = Made(REPOSITORY / "doc/commands.md", commands.render)
 TREE = Made(REPOSITORY / "tests/system/whole_tree.txt", whole_tree.render)
 EXPORTER = Made(REPOSITORY / "share/prometheus/snmp.yml", lambda objects, _: snmp_yml.render(objects, apart=False))
 EXPORTER_SINCE_0_23 = Made(REPOSITORY / "share/prometheus/snmp-auths.yml",
                            lambda objects, _: snmp_yml.render(objects, apart=True))
-ALL = [MIB, COMMANDS, TREE, EXPORTER, EXPORTER_SINCE_0_23]
+ALL = [MIB, MANUAL, COMMANDS, TREE, EXPORTER, EXPORTER_SINCE_0_23]
 
 
 def changed_objects(stored: str, made: str, names: set[str]) -> list[str]:

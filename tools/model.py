@@ -9,7 +9,7 @@ A comment stands over the declaration, its tags first and each on a line of its 
 
 @syntax is needed only where the SYNTAX clause is not what the registry's figures say. A table's comment begins with
 "@table <its name>"; "@index <columns>" follows where the rows are not simply counted. A notification's comment lists
-what it carries with "@objects <names>".
+what it carries with "@objects <names>". "@held" says that a GET runs no command, where the frame does not know.
 """
 
 from __future__ import annotations
@@ -86,6 +86,7 @@ class Object:
     description: str
     table: Table | None
     carries: tuple[str, ...]
+    held: bool
 
     @property
     def place(self) -> str:
@@ -107,7 +108,7 @@ def comments(folder: Path) -> Iterator[tuple[str, Comment, str]]:
             tags: dict[str, str] = {}
             sentences = []
             for line in (line.strip().removeprefix("///").strip() for line in found[1].splitlines()):
-                tag = re.match(r"@(units|syntax|table|index|objects) +(.*)", line)
+                tag = re.match(r"@(units|syntax|table|index|objects|held)\b *(.*)", line)
                 if tag:
                     tags[tag[1]] = tag[2]
                 else:
@@ -171,7 +172,7 @@ def load(list_objects: Path, folder: Path = REPOSITORY / "mib") -> list[Object]:
             continue
         carries = tuple(re.findall(r"\w+", comment.tags.get("objects", "")))
         objects.append(Object(descriptor(name), name, arcs, kind, access, ranges, syntax, comment.tags.get("units", ""),
-                              comment.text, table, carries))
+                              comment.text, table, carries, "held" in comment.tags))
     if missing:
         raise Undocumented("\n".join(["the documentation comment over the declaration is missing:", *missing]))
     return objects

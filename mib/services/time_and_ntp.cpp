@@ -69,6 +69,7 @@ int set_time_zone(int32_t zone) {
   return 0;
 }
 
+/// @held
 /// @syntax ZolarcSwitch
 /// Whether the device sets its clock by NTP. A SET enables and starts the client, or disables and stops it; a GET
 /// answers what was set last, enabled at first.

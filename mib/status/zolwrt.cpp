@@ -158,6 +158,7 @@ int32_t whole(float &rate) { return static_cast<int32_t>(std::atomic_ref(rate).l
 // The addresses and the clock are registered read-only and hand out their setters all the same: whether a SET reaches
 // those is the agent's rule.
 constexpr GroupedObject objects[] = {
+    /// @held
     /// Set to 1, the device reboots at once (reboot). Every other value that is accepted does nothing. A GET answers
     /// what was set last, 0 at first.
     grouped_setting(

@@ -70,6 +70,7 @@ ZOL_STORED(vlan_id)
 ZOL_INTEGER(vlan_managed, .oid = {22, 2, 2}, .accepts = range(1, 2));
 ZOL_STORED(vlan_managed)
 
+/// @held
 /// Its priority (IEEE 802.1p). A GET answers that of the configured VLAN with the staged id, or what is staged when
 /// there is none.
 ZOL_INTEGER(vlan_priority, .oid = {22, 2, 3}, .accepts = range(0, 7), .staged = true);
@@ -89,6 +90,7 @@ ZOL_STORED(vlan_ipaddr)
 ZOL_ADDRESS(vlan_netmask, .oid = {22, 2, 6});
 ZOL_STORED(vlan_netmask)
 
+/// @held
 /// @syntax ZolarcText (SIZE (0..66))
 /// The wireless interfaces that it is bridged to: 32 flags, 0 or 1, separated by semicolons. A GET answers those of the
 /// configured VLAN with the staged id, or what is staged when there is none.
@@ -105,6 +107,7 @@ int set_vlan_wifibridge(const char *) { return 0; }
 ZOL_INTEGER(vlan_wifitagging, .oid = {22, 2, 8}, .accepts = range(1, 2));
 ZOL_STORED(vlan_wifitagging)
 
+/// @held
 /// @syntax ZolarcText (SIZE (0..65))
 /// A description of it.
 ZOL_TEXT_STARTING(vlan_desc, description_size, "VLAN Network", .oid = {22, 2, 9},
@@ -123,6 +126,7 @@ int set_vlan_desc(const char *) { return 0; }
 ZOL_INTEGER(vlantrunk_id, .oid = {22, 3, 1}, .accepts = range(1, 4094));
 ZOL_STORED(vlantrunk_id)
 
+/// @held
 /// Its priority, as vlanPriority.
 ZOL_INTEGER(vlantrunk_priority, .oid = {22, 3, 2}, .accepts = range(0, 7), .staged = true);
 int get_vlantrunk_priority(int32_t *priority) {
@@ -130,6 +134,7 @@ int get_vlantrunk_priority(int32_t *priority) {
 }
 int set_vlantrunk_priority(int32_t) { return 0; }
 
+/// @held
 /// @syntax ZolarcText (SIZE (0..65))
 /// The wireless interfaces that it is bridged to, as vlanWifibridge.
 ZOL_TEXT_STARTING(vlantrunk_wifibridge, trunk_flags_size, ALL_FLAGS_BUT_THE_FIRST_CLEAR, .oid = {22, 3, 3},

@@ -1,4 +1,4 @@
-"""The MIB file: that it is up to date and well-formed, and names what an agent answers."""
+"""The MIB file and the tokens' manual page: up to date; the MIB file is well-formed and names what an agent answers."""
 
 from __future__ import annotations
 
@@ -29,9 +29,10 @@ def smi_tool(tmp_path: Path) -> Callable[..., str]:
     return run
 
 
-def test_is_what_the_declarations_say(build_dir: Path) -> None:
+@pytest.mark.parametrize("file", [made.MIB, made.MANUAL], ids=lambda file: file.path.name)
+def test_is_what_the_declarations_say(build_dir: Path, file: made.Made) -> None:
     objects = load(build_dir / "list-objects")
-    stale = made.MIB.difference(made.MIB.render(objects, build_dir), objects)
+    stale = file.difference(file.render(objects, build_dir), objects)
     assert not stale, stale
 
 
