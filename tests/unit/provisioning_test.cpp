@@ -8,11 +8,6 @@
 #include "tests/unit/objects.hpp"
 #include "tests/unit/scripted_shell.hpp"
 
-extern "C" {
-void apc_text_parse_config(const char *token, char *value);
-extern char apc_text[4097];
-}
-
 namespace {
 
 TEST(Provisioning, OneOptionIsReadFromItsLine) {
@@ -83,9 +78,6 @@ TEST(Provisioning, ScriptsGetTheirTexts) {
       {"apc_discovery", "1 2 3 4 5", "", "", nothing},
   };
   check(cases);
-  std::string token(5000, 'k');
-  apc_text_parse_config("apc_text", token.data());
-  EXPECT_EQ(std::string(apc_text), std::string(4093, 'k') + "...");
 }
 
 TEST(Firmware, AnImagesVersionStandsInItsDump) {

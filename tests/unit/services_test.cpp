@@ -83,6 +83,7 @@ Commands ntp_list(std::initializer_list<std::string> servers) {
   return {line + "uci commit system"};
 }
 
+// clang-format off
 const Case objects[] = {
     {"dhcp_server", 1, ignore, "", dhcp_on},
     {"dhcp_server", 2, ignore, "dhcp.lan.ignore=1\n", dhcp_off},
@@ -127,12 +128,8 @@ const Case objects[] = {
     {"ntpserver_candidates", "a;;b", "", "", ntp_list({"a", "b", "b"})},
     {"ntpserver_candidates", ";a", "", "", ntp_list({"a", "a"})},
     {"ntpserver_candidates", ";", "", "", ntp_list({"", ""})},
-    {"ntpserver_candidates",
-     repeated("1;", 128),
-     "",
-     "",
-     {joined({"uci set system.ntp.server=\"\";", repeated("uci add_list system.ntp.server=\"1\";", 129),
-              "uci commit system"})}},
+    {"ntpserver_candidates", repeated("1;", 128), "", "", {joined({"uci set system.ntp.server=\"\";",
+     repeated("uci add_list system.ntp.server=\"1\";", 129), "uci commit system"})}},
     {"syslog_size", 64, log + "size", "s.log_size=64\nx.log_size=1\n", store("system", "@system[0].log_size=64")},
     {"syslog_size", 0, log + "size", ""},
     {"syslog_srvport", 514, log + "port", "s.log_port=514\n", store("system", "@system[0].log_port=514")},
@@ -144,17 +141,18 @@ const Case objects[] = {
     {"ro_community", "see", reads, "snmpd.main.v2read=see all\n", store("snmpd", "main.v2read='see'")},
     {"ro_community", "see", reads, "snmpd.main.v2readers=all\nsnmpd.main.v2read=more\n"},
     {"ro_community", std::string(64, 'r'), reads, "snmpd.main.v2read=" + std::string(90, 'r') + "\n"},
-    {"rw_community", "change", "uci show snmpd.main.v2write", "snmpd.main.v2write=change\n",
-     store("snmpd", "main.v2write='change'")},
+    {"rw_community", "change", "uci show snmpd.main.v2write", "snmpd.main.v2write=change\n", store("snmpd",
+     "main.v2write='change'")},
     {"trap_enable", 1, "uci show snmpd.main.trapen", "snmpd.main.trapen=1\n", store("snmpd", "main.trapen=1")},
     {"trap_enable", 2, "uci show snmpd.main.trapen", "snmpd.main.trapen=0\n", store("snmpd", "main.trapen=0")},
-    {"trap_srvip", address(10, 0, 0, 9), "uci show snmpd.main.trapip", "snmpd.main.trapip=10.0.0.9\n",
-     store("snmpd", "main.trapip=10.0.0.9")},
+    {"trap_srvip", address(10, 0, 0, 9), "uci show snmpd.main.trapip", "snmpd.main.trapip=10.0.0.9\n", store("snmpd",
+     "main.trapip=10.0.0.9")},
     {"trap_srvip", address(0, 0, 0, 0), "uci show snmpd.main.trapip", ""},
-    {"trap_port", 1162, "uci show snmpd.main.trapport", "snmpd.main.trapport=1162\n",
-     store("snmpd", "main.trapport=1162")},
+    {"trap_port", 1162, "uci show snmpd.main.trapport", "snmpd.main.trapport=1162\n", store("snmpd",
+     "main.trapport=1162")},
     {"trap_port", 0, "uci show snmpd.main.trapport", ""},
 };
+// clang-format on
 
 TEST(Services, ObjectsReadAndRunTheirCommands) { check(objects); }
 

@@ -9,12 +9,6 @@
 #include "tests/unit/objects.hpp"
 #include "tests/unit/scripted_shell.hpp"
 
-extern "C" {
-void zolwrt_parse_config_cpu_percent_used(const char *, char *);
-void zolwrt_parse_config_current_time(const char *, char *);
-void zolwrt_parse_config_if_noise(const char *, char *);
-}
-
 namespace {
 
 using namespace std::string_literals;
@@ -175,18 +169,6 @@ TEST(Status, AnswersOnlyWhileTheAgentRuns) {
   netsnmp_running = 0;
   EXPECT_FALSE(get("eth1_rx_rate"));
   netsnmp_running = 1;
-}
-
-TEST(Status, TokensCutOnlyTextsThatDoNotFit) {
-  const auto preset = [](auto *parse, std::string text) { parse("token", text.data()); };
-  preset(zolwrt_parse_config_cpu_percent_used, "1234567");
-  EXPECT_STREQ(cpu_percent_used, "1234567");
-  preset(zolwrt_parse_config_cpu_percent_used, "12345678");
-  EXPECT_STREQ(cpu_percent_used, "1234...");
-  preset(zolwrt_parse_config_current_time, std::string(300, 't'));
-  EXPECT_EQ(current_time, std::string(60, 't') + "...");
-  preset(zolwrt_parse_config_if_noise, "-95 dBm");
-  EXPECT_EQ(if_noise, -95);
 }
 
 }  // namespace

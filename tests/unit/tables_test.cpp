@@ -8,26 +8,17 @@
 #include <ctime>
 
 #include "core/address.hpp"
-#include "tests/unit/request.hpp"
+#include "tests/unit/objects.hpp"
 #include "tests/unit/scripted_shell.hpp"
 
 extern "C" {
-zol::FindMethod var_zol_table, var_scanning_table, var_dhcpactive_table;
-extern char zol_wlan_mac[64], zol_ssid_name[30], zol_host_active[31];
+extern char zol_wlan_mac[64];
 extern zol::Ipv4 zol_ip_active;
-void zol_table_parse_config_zol_wlan_mac(const char *, char *);
-void scanning_table_parse_config_zol_ssid_name(const char *, char *);
-void scanning_table_parse_config_zol_mac_scan(const char *, char *);
-void dhcpactive_table_parse_config_zol_host_active(const char *, char *);
-void dhcpactive_table_parse_config_zol_lease_time(const char *, char *);
-void dhcpactive_table_parse_config_zol_mac_active(const char *, char *);
-extern char zol_mac_scan[44], zol_mac_active[44], zol_lease_time[32];
 }
 
 namespace {
 
 using namespace std::string_literals;
-using Commands = std::vector<std::string>;
 
 constexpr time_t now = 1'700'000'000;
 
@@ -60,24 +51,33 @@ const std::string wlanconfig =
     "00:0b:6b:0a:01:02    1    6  130M   47    0      0      0 EPSs          0   0      f Q\n"
     "f4:5c:89:10:20:30    2    6   65M   34    0      0      0 EPSs          0   0      f Q\n";
 
-std::optional<Answer> cell(zol::FindMethod *find, oid table, oid column, oid row, unsigned char magic = 0) {
-  return get(find, {table, 1, column, row}, magic == 0 ? static_cast<unsigned char>(column) : magic);
+std::optional<Value> cell(oid table, oid column, oid row) {
+  const Oid place = {table, 1, column, row, 0};
+  for (const RegisteredRow &registered : registered_rows()) {
+    Oid name = registered.full;
+    name.push_back(0);
+    if (name.size() < place.size() || !std::equal(place.rbegin(), place.rend(), name.rbegin())) continue;
+    const auto found = ask(registered, name, true);
+    return found ? std::optional(found->value) : std::nullopt;
+  }
+  return std::nullopt;
 }
 
 class InterfaceStatistics : public testing::Test {
  protected:
   /// Two interfaces are there, and the table knows.
   void SetUp() override {
+    registered_rows();
     shell.answers("brctl show", bridges);
-    cell(var_zol_table, 4, 1, 1);
+    cell(4, 1, 1);
     shell.commands();
   }
   /// What a column of the second interface answers when `command` prints `output`.
-  Answer read(oid column, const std::string &command, const std::string &output) {
+  Value read(oid column, const std::string &command, const std::string &output) {
     shell.answers(command, output);
-    const auto answer = cell(var_zol_table, 4, column, 2);
+    const auto answer = cell(4, column, 2);
     EXPECT_EQ(shell.commands(), Commands{command}) << "column " << column;
-    return answer.value_or(Answer{"no answer", {}});
+    return answer.value_or("no answer");
   }
   ScriptedShell shell;
 };
@@ -116,9 +116,9 @@ TEST_F(InterfaceStatistics, ACommandThatCannotBeStartedLeavesWhatWasReadBefore) 
   shell.cannot_start();
   for (const Figure &figure : figures) {
     const int32_t expected = figure.column == 3 ? 1 : figure.column == 5 ? 0 : figure.value;
-    EXPECT_EQ(cell(var_zol_table, 4, figure.column, 2)->integer(), expected) << figure.column;
+    EXPECT_EQ(cell(4, figure.column, 2)->integer(), expected) << figure.column;
   }
-  EXPECT_EQ(cell(var_zol_table, 4, 6, 2)->bytes, "\x06\x0A\x52\x1B\x2C\x30");
+  EXPECT_EQ(cell(4, 6, 2)->bytes, "\x06\x0A\x52\x1B\x2C\x30");
   int32_t value = 7;
   EXPECT_EQ(get_zol_bit_rate("ath0", &value), -1);
   EXPECT_EQ(get_zol_assoc_count("ath0", &value), 0);
@@ -170,14 +170,14 @@ TEST_F(InterfaceStatistics, RowsAreTheInterfacesOfTheLastRefresh) {
   std::string many;
   for (int i = 0; i < 20; ++i) many += "\tath" + std::to_string(i) + "\n";
   shell.answers("brctl show", many);
-  EXPECT_TRUE(cell(var_zol_table, 4, 1, 1));
+  EXPECT_TRUE(cell(4, 1, 1));
   EXPECT_EQ(shell.commands(), (Commands{"brctl show", "iwconfig ath0"}));
-  EXPECT_TRUE(cell(var_zol_table, 4, 4, 16));
+  EXPECT_TRUE(cell(4, 4, 16));
   EXPECT_EQ(shell.commands(), Commands{"iwconfig ath15"});
-  EXPECT_FALSE(cell(var_zol_table, 4, 4, 17));
+  EXPECT_FALSE(cell(4, 4, 17));
   shell.cannot_start("brctl show");
-  EXPECT_FALSE(cell(var_zol_table, 4, 1, 1));
-  EXPECT_FALSE(cell(var_zol_table, 4, 4, 2));
+  EXPECT_FALSE(cell(4, 1, 1));
+  EXPECT_FALSE(cell(4, 4, 2));
 }
 
 TEST(BridgeMembers, AreTheLinesWithANumberedInterface) {
@@ -223,17 +223,17 @@ class SiteSurvey : public testing::Test {
   uint32_t survey(const std::string &first, const std::string &second = "") {
     shell.answers("iwinfo ath0 scan ", first).answers("iwinfo ath1 scan ", second);
     shell.commands();
-    const bool has_rows = cell(var_scanning_table, 19, 1, 1).has_value();
+    const bool has_rows = cell(19, 1, 1).has_value();
     EXPECT_EQ(shell.commands(), (Commands{"brctl show", "iwinfo ath0 scan ", "iwinfo ath1 scan "}));
     EXPECT_EQ(has_rows, ssid_number > 0);
-    EXPECT_FALSE(cell(var_scanning_table, 19, 2, ssid_number + 1));
+    EXPECT_FALSE(cell(19, 2, ssid_number + 1));
     return ssid_number;
   }
   static std::string text(oid column, oid row) {
-    const auto answer = cell(var_scanning_table, 19, column, row);
+    const auto answer = cell(19, column, row);
     return answer ? answer->bytes : "no answer";
   }
-  static int32_t number(oid column, oid row) { return cell(var_scanning_table, 19, column, row).value().integer(); }
+  static int32_t number(oid column, oid row) { return cell(19, column, row).value().integer(); }
   ScriptedShell shell;
 };
 
@@ -290,7 +290,7 @@ TEST_F(SiteSurvey, ACellWithoutASignalMergesWithTheNext) {
 TEST_F(SiteSurvey, AScanThatCannotBeStartedEndsTheSurvey) {
   EXPECT_EQ(survey(found("\"north\""), found("\"south\"") + found("\"east\"")), 3U);
   shell.cannot_start("iwinfo ath1 scan ");
-  cell(var_scanning_table, 19, 1, 1);
+  cell(19, 1, 1);
   EXPECT_EQ(ssid_number, 1U);
   uint32_t count = 77;
   EXPECT_EQ(get_zol_mac_scan(2, zol_mac_scan_all, &count), -1);
@@ -306,10 +306,8 @@ class DhcpLeases : public testing::Test {
   std::vector<std::vector<std::string>> list(const std::string &file) {
     shell.answers("cat /var/dhcp.leases", file);
     std::vector<std::vector<std::string>> rows;
-    for (oid row = 1; const auto mac = cell(var_dhcpactive_table, 11, 1, row, 3); ++row) {
-      rows.push_back({mac->bytes, cell(var_dhcpactive_table, 11, 2, row, 1)->bytes,
-                      cell(var_dhcpactive_table, 11, 3, row, 2)->bytes,
-                      cell(var_dhcpactive_table, 11, 4, row, 4)->bytes});
+    for (oid row = 1; const auto mac = cell(11, 1, row); ++row) {
+      rows.push_back({mac->bytes, cell(11, 2, row)->bytes, cell(11, 3, row)->bytes, cell(11, 4, row)->bytes});
     }
     EXPECT_EQ(shell.commands(), Commands{"cat /var/dhcp.leases"});
     return rows;
@@ -330,7 +328,7 @@ TEST_F(DhcpLeases, AreListedAsTheFileHasThem) {
             (Rows{{mac, "laptop", "1 Days 01:01:01", ip}, {mac, "*", "0 Days 00:00:-1", "\x0A\0\0\x01"s}}));
   EXPECT_EQ(zol_ip_active, 0x0A000001U);
   EXPECT_EQ(list(""), Rows{});
-  EXPECT_FALSE(cell(var_dhcpactive_table, 11, 2, 1, 1)) << "what was there before is gone";
+  EXPECT_FALSE(cell(11, 2, 1)) << "what was there before is gone";
 }
 
 TEST_F(DhcpLeases, OddLines) {
@@ -362,28 +360,8 @@ TEST_F(DhcpLeases, AFileThatCannotBeReadLeavesNoLease) {
   uint32_t count = 77;
   EXPECT_EQ(get_zol_mac_active(zol_mac_active_all, &count), -1);
   EXPECT_EQ(count, 0U);
-  EXPECT_FALSE(cell(var_dhcpactive_table, 11, 1, 1, 3));
-  EXPECT_FALSE(cell(var_dhcpactive_table, 11, 4, 1, 4));
-}
-
-TEST(Presets, AreCutWhereTheirTextEnds) {
-  using Parse = void(const char *, char *);
-  const std::tuple<Parse *, const char *, size_t> texts[] = {
-      {zol_table_parse_config_zol_wlan_mac, zol_wlan_mac, 63},
-      {scanning_table_parse_config_zol_ssid_name, zol_ssid_name, 29},
-      {scanning_table_parse_config_zol_mac_scan, zol_mac_scan, 43},
-      {dhcpactive_table_parse_config_zol_host_active, zol_host_active, 29},
-      {dhcpactive_table_parse_config_zol_lease_time, zol_lease_time, 19},
-      {dhcpactive_table_parse_config_zol_mac_active, zol_mac_active, 43},
-  };
-  for (const auto &[parse, text, limit] : texts) {
-    std::string value(limit - 1, 'p');
-    parse("", value.data());
-    EXPECT_EQ(text, value) << limit;
-    value += 'p';
-    parse("", value.data());
-    EXPECT_EQ(text, std::string(limit - 3, 'p') + "...") << limit;
-  }
+  EXPECT_FALSE(cell(11, 1, 1));
+  EXPECT_FALSE(cell(11, 4, 1));
 }
 
 }  // namespace
