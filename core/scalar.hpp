@@ -68,6 +68,8 @@ struct TextSpec {
   size_t (*measure)() = nullptr;
   /// Checks the bytes of a SET in place of the length test and answers an SNMP error status.
   int (*check)(const unsigned char *bytes, size_t length) = nullptr;
+  /// What the guard asks of a text, beside that it holds no control characters.
+  GuardCheck *guard = nullptr;
   /// Whether UNDO brings the previous text back.
   bool restores = true;
   /// For a text whose SET is kept for a later action: where get_X puts what a GET answers, as large as the value, which
@@ -162,7 +164,8 @@ class TextScalar : public Scalar, public TextSetter {
   constexpr TextScalar(const ObjectInfo &info, const TextSpec &spec, const ScalarFunctions &functions,
                        std::span<char> value, std::span<char> before, int (*get)(char *), int (*set)(const char *))
       : Scalar(info, functions, spec.row_arcs, spec.prepare),
-        TextSetter(info.name, info.accepts, value, spec.restores ? before : std::span<char>(), set, spec.check),
+        TextSetter(info.name, info.accepts, value, spec.restores ? before : std::span<char>(), set, spec.check,
+                   spec.guard),
         answer_(spec.answer.empty() ? value : spec.answer),
         get_(get),
         measure_(spec.measure),

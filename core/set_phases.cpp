@@ -55,6 +55,11 @@ int AddressSetter::write(int phase, const unsigned char *bytes, unsigned char ty
 
 int TextSetter::reserve(const unsigned char *bytes, unsigned char type, size_t length) const {
   if (type != ASN_OCTET_STR) return SNMP_ERR_WRONGTYPE;
+  if (const int refusal = check_length(bytes, length)) return refusal;
+  return guard_lets_through(object_, bytes, length, guard_) ? SNMP_ERR_NOERROR : SNMP_ERR_WRONGVALUE;
+}
+
+int TextSetter::check_length(const unsigned char *bytes, size_t length) const {
   if (check_ != nullptr) return check_(bytes, length);
   const auto most = static_cast<size_t>(accepts_.interval[0].high);
   const auto least = static_cast<size_t>(accepts_.interval[0].low);

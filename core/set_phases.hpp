@@ -8,6 +8,7 @@
 #include <span>
 
 #include "core/address.hpp"
+#include "core/guard.hpp"
 #include "core/module.hpp"
 
 namespace zol {
@@ -63,9 +64,11 @@ class TextSetter {
   /// @param accepts the lengths that RESERVE1 lets through
   /// @param before where the text before is kept, as large as `value`; empty where UNDO leaves the new text
   /// @param check checks the bytes in place of the length test and answers an SNMP error status
+  /// @param guard what the guard asks of the text, beside that it holds no control characters
   constexpr TextSetter(const char *object, const Accepts &accepts, std::span<char> value, std::span<char> before,
-                       int (*set)(const char *), int (*check)(const unsigned char *, size_t) = nullptr)
-      : object_(object), accepts_(accepts), value_(value), before_(before), set_(set), check_(check) {}
+                       int (*set)(const char *), int (*check)(const unsigned char *, size_t) = nullptr,
+                       GuardCheck *guard = nullptr)
+      : object_(object), accepts_(accepts), value_(value), before_(before), set_(set), check_(check), guard_(guard) {}
 
   int write(int phase, const unsigned char *bytes, unsigned char type, size_t length);
 
@@ -74,6 +77,7 @@ class TextSetter {
 
  private:
   [[nodiscard]] int reserve(const unsigned char *bytes, unsigned char type, size_t length) const;
+  [[nodiscard]] int check_length(const unsigned char *bytes, size_t length) const;
   void keep(const unsigned char *bytes, size_t length);
 
   const char *object_;
@@ -82,6 +86,7 @@ class TextSetter {
   std::span<char> before_;
   int (*set_)(const char *);
   int (*check_)(const unsigned char *, size_t);
+  GuardCheck *guard_;
 };
 
 }  // namespace zol

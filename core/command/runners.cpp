@@ -16,6 +16,7 @@
 #include "core/command/process.hpp"
 #include "core/command/request.hpp"
 #include "core/log.hpp"
+#include "core/switches.hpp"
 
 namespace {
 
@@ -35,7 +36,14 @@ struct Words {
   size_t count = 0;
 };
 
-bool is_blank(char character) { return strchr(" \t\n\v\f\r", character) != nullptr && character != '\0'; }
+bool is_blank(char character) { return character != '\0' && strchr(blanks, character) != nullptr; }
+
+/// Brings back the white space that belongs to a word.
+void show_blanks(char *text) {
+  for (; *text != '\0'; ++text) {
+    if (const char *hidden = strchr(hidden_blanks, *text)) *text = blanks[hidden - hidden_blanks];
+  }
+}
 
 /// Splits `words.text` at white space, in place. False when it has more than `most` words.
 bool split(Words &words, size_t most = usual_words) {
@@ -53,6 +61,7 @@ bool split(Words &words, size_t most = usual_words) {
       in_word = true;
     }
   }
+  for (size_t i = 0; guard_is_on() && i < words.count; ++i) show_blanks(words.argument[i]);
   return true;
 }
 
@@ -65,7 +74,7 @@ bool fits(const CommandText &command) {
 }
 
 [[gnu::format(printf, 2, 0)]] bool format_words(Words &words, const char *format, va_list arguments) {
-  CommandText command;
+  CommandText command(CommandText::For::words);
   command.append(format, arguments);
   if (!fits(command)) return false;
   memcpy(words.text.data(), command.text(), command.length() + 1);
@@ -131,7 +140,7 @@ int run(const Words &words, const char *shown) {
 }  // namespace
 
 int run_script(const char *format, ...) {
-  CommandText command;
+  CommandText command(CommandText::For::words);
   va_list arguments;
   va_start(arguments, format);
   command.append(format, arguments);
@@ -142,6 +151,7 @@ int run_script(const char *format, ...) {
   if (!split(words)) return -1;
   std::array<char, command_size + 1> shown{};
   snprintf(shown.data(), shown.size(), "%s\n", command.text());
+  if (guard_is_on()) show_blanks(shown.data());
   return run(words, shown.data());
 }
 

@@ -101,6 +101,26 @@ void CommandText::add_literal(const char *text, size_t length) {
   }
 }
 
+void CommandText::add_guarded(const char *text, size_t length) {
+  if (for_ == For::words) {
+    add_hidden(text, length);
+  } else {
+    add_escaped(text, length);
+  }
+}
+
+void CommandText::add_hidden(const char *text, size_t length) {
+  for (size_t i = 0; i < length; ++i) {
+    if (strchr(hidden_blanks, text[i]) != nullptr) {
+      log_line("a command was not run: control characters in a text");
+      complete_ = false;
+      return;
+    }
+    const char *blank = strchr(blanks, text[i]);
+    add(blank != nullptr ? &hidden_blanks[blank - blanks] : text + i, 1);
+  }
+}
+
 void CommandText::add_escaped(const char *text, size_t length) {
   const bool quoted_as_a_whole = quoting_ == Quoting::bare && !std::all_of(text, text + length, is_ordinary);
   const bool in_single = quoting_ == Quoting::in_single || quoted_as_a_whole;
@@ -131,7 +151,7 @@ void CommandText::append(const char *format, va_list arguments) {
       if (conversion.own || !guard_is_on()) {
         add(text, length);
       } else {
-        add_escaped(text, length);
+        add_guarded(text, length);
       }
       continue;
     }

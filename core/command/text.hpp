@@ -17,7 +17,11 @@ namespace zol {
 ///   %-s   is the library's own: the name of a section, a piece of a command. It is never changed.
 class CommandText {
  public:
-  CommandText() = default;
+  /// What takes the text apart: a shell, or the runners, which split it at white space and know no quotes. For them a
+  /// guarded text keeps its white space as `hidden_blank`s, so that it stays one word.
+  enum class For : unsigned char { shell, words };
+
+  explicit CommandText(For whom = For::shell) : for_(whom) {}
   CommandText(const CommandText &) = delete;
   CommandText &operator=(const CommandText &) = delete;
   ~CommandText();
@@ -36,9 +40,12 @@ class CommandText {
 
   void add(const char *text, size_t length);
   void add_literal(const char *text, size_t length);
+  void add_guarded(const char *text, size_t length);
+  void add_hidden(const char *text, size_t length);
   void add_escaped(const char *text, size_t length);
   bool reserve(size_t more);
 
+  For for_;
   std::array<char, 256> buffer_{};
   char *text_ = buffer_.data();
   size_t length_ = 0;
@@ -47,5 +54,10 @@ class CommandText {
   bool after_backslash_ = false;
   bool complete_ = true;
 };
+
+/// White space as the runners see it, and what stands for it in a text that must stay one word: control characters,
+/// which no text has that the guard lets through.
+constexpr const char *blanks = " \t\n\v\f\r";
+constexpr const char *hidden_blanks = "\x01\x02\x03\x04\x05\x06";
 
 }  // namespace zol

@@ -1,8 +1,10 @@
 // The administrator's account.
 
+#include <array>
 #include <cstring>
 
 #include "core/command.hpp"
+#include "core/guard.hpp"
 #include "core/scalar.hpp"
 #include "core/value_store.hpp"
 
@@ -45,7 +47,9 @@ int get_admin_pwd(char *password) {
 
 int set_admin_pwd(const char *password) {
   // passwd asks for the password twice.
-  shell("echo -e '%s\n%s' | passwd admin", password, password);
+  std::array<char, 2 * name_size> echoed;
+  escape_for_echo(echoed, password);
+  shell("echo -e '%s\n%s' | passwd admin", echoed.data(), echoed.data());
   snmp_write2file(password_key, password);
   return 0;
 }

@@ -10,6 +10,7 @@
 
 #include "core/clock.hpp"
 #include "core/command.hpp"
+#include "core/guard.hpp"
 #include "core/option.hpp"
 #include "core/scalar.hpp"
 #include "mib/device/device.hpp"
@@ -140,6 +141,20 @@ int num_days(const char *date) {
   return static_cast<int>(difftime(timegm(&parts), epoch) / seconds_of_a_day);
 }
 
+namespace {
+
+/// A setting as it stands in the URL.
+class UrlPart {
+ public:
+  explicit UrlPart(const char *text, bool path = false) { escape_for_url(text_, text, path); }
+  [[nodiscard]] const char *text() const { return text_.data(); }
+
+ private:
+  std::array<char, 3 * setting_size> text_;
+};
+
+}  // namespace
+
 /// @syntax ZolarcAction
 /// Set to perform(1), with apcLoadflag and apcFiletype 1, the agent fetches the file by FTP, reads its version and its
 /// digest, and notes what came of it in apcStatus and apcFailreason. It answers when that is done, which can take
@@ -158,9 +173,12 @@ int set_apc_download(int32_t value) {
   const Setting file("apc.setting.apcFileName");
   Versions versions;
   get_fw_version(versions.current.data());
-  std::array<char, 4 * setting_size + sizeof "ftp://:@:-2147483648/"> url{};
-  snprintf(url.data(), url.size(), "ftp://%s:%s@%s:%d/%s", user.text(), password.text(), address.text(), port,
-           file.text());
+  const UrlPart user_part(user.text());
+  const UrlPart password_part(password.text());
+  const UrlPart file_part(file.text(), true);
+  std::array<char, 10 * setting_size + sizeof "ftp://:@:-2147483648/"> url{};
+  snprintf(url.data(), url.size(), "ftp://%s:%s@%s:%d/%s", user_part.text(), password_part.text(), address.text(), port,
+           file_part.text());
   if (value != 1 || load_flag != 1 || file_type != load_flag) return 0;
 
   const Stamp stamp = stamp_now();

@@ -1,7 +1,9 @@
 // The provisioning settings: what a management station stores for a download and reads back after it, in the UCI
 // section apc.setting, and two texts that are handed to provisioning scripts.
 
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 
@@ -105,11 +107,22 @@ int set_apc_text(const char *text) {
   return 0;
 }
 
+namespace {
+
+/// Nothing but words, which name options and files.
+bool is_words(const char *text, size_t length) {
+  return std::all_of(text, text + length, [](char character) {
+    return isalnum(static_cast<unsigned char>(character)) != 0 || strchr(" _./:-", character) != nullptr;
+  });
+}
+
+}  // namespace
+
 /// @syntax ZolarcText (SIZE (0..4096))
 /// Two words, an option and its value, set that option; two words more name a script that runs afterwards, and its
 /// argument. Any other number of words is accepted and does nothing. A GET answers a fixed hint. Who may set it can run
 /// any program of the device.
-ZOL_TEXT(apc_discovery, longest_text + 1, .oid = {20, 14}, .accepts = range(1, longest_text));
+ZOL_TEXT(apc_discovery, longest_text + 1, .oid = {20, 14}, .accepts = range(1, longest_text), .guard = is_words);
 
 int get_apc_discovery(char *text) {
   copy_text({text, longest_text + 1}, "Please use UCI command line to show your value");

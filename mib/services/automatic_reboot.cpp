@@ -1,6 +1,8 @@
 // The automatic reboot: the watchdog program `wdog` reboots the device at a time of day or every so many hours.
 
+#include <array>
 #include <cstring>
+#include <string_view>
 
 #include "core/command.hpp"
 #include "core/scalar.hpp"
@@ -55,13 +57,33 @@ int check_schedule(const unsigned char *bytes, size_t length) {
   return is_valid ? SNMP_ERR_NOERROR : SNMP_ERR_WRONGLENGTH;
 }
 
+/// Two digits below `end`.
+bool is_number_below(const char *text, int end) {
+  return strspn(text, "0123456789") >= 2 && (text[0] - '0') * 10 + text[1] - '0' < end;
+}
+
+/// What is a schedule to the letter: a time of day, or hours from 0 to 23.
+bool is_schedule(const char *text, size_t length) {
+  constexpr std::string_view by_time = "--by-time=";
+  constexpr std::string_view by_hour = "--by-hour=";
+  const std::string_view schedule(text, length);
+  std::array<char, 8> when{};
+  if (length < by_time.size() || length - by_time.size() >= when.size()) return false;
+  schedule.substr(by_time.size()).copy(when.data(), when.size() - 1);
+  if (schedule.starts_with(by_time)) {
+    return strlen(when.data()) == 5 && is_number_below(when.data(), 24) && when[2] == ':' &&
+           is_number_below(when.data() + 3, 60);
+  }
+  return schedule.starts_with(by_hour) && when[0] != '\0' && strspn(when.data(), "0123456789") == strlen(when.data());
+}
+
 }  // namespace
 
 /// @syntax ZolarcText (SIZE (0 | 11..15))
 /// When to reboot: '--by-time=03:30' daily at that time, or '--by-hour=12' every so many hours, 0 to 23. A SET restarts
 /// the watchdog program if autorebEnable is enabled. Another text of the right length is refused with wrongLength.
 ZOL_TEXT(autoreb_param, schedule_size, .oid = {18, 2}, .accepts = range(11, 15),
-         .prepare = read_first<get_autoreb_param, autoreb_param>, .check = check_schedule);
+         .prepare = read_first<get_autoreb_param, autoreb_param>, .check = check_schedule, .guard = is_schedule);
 
 /// @syntax INTEGER { unset(0), enabled(1), disabled(2) }
 /// Whether the device reboots by the schedule of autorebParam. A SET starts or stops the watchdog program at once.
