@@ -13,6 +13,8 @@ namespace {
 
 bool ends_digits(char character) { return character == '\0' || character == ' '; }
 
+bool is_hex_digit(char character) { return isxdigit(static_cast<unsigned char>(character)) != 0; }
+
 unsigned nibble(char digit) { return static_cast<unsigned>(digit < ':' ? digit - '0' : digit - 55); }
 
 }  // namespace
@@ -104,6 +106,25 @@ ScannedMac scan_mac(const char *text, char separator) {
 std::optional<Mac> parse_mac(const char *text, char separator) {
   const ScannedMac scanned = scan_mac(text, separator);
   return scanned.octets == mac_length ? std::optional(scanned.mac) : std::nullopt;
+}
+
+const char *scan_whole_mac(const char *text, Mac &mac) {
+  const auto scanned = parse_mac(text, ':');
+  if (!scanned) return nullptr;
+  mac = *scanned;
+  for (size_t group = 0; group < mac.size(); ++group) {
+    if (group > 0) ++text;
+    text += is_hex_digit(text[1]) ? 2 : 1;
+  }
+  return in_word(text[0]) || (text[0] == ':' && is_hex_digit(text[1])) ? nullptr : text;
+}
+
+const char *find_mac(const char *line, Mac &mac) {
+  for (const char *start = line; *start != '\0'; ++start) {
+    if (!is_hex_digit(*start) || (start != line && (in_word(start[-1]) || start[-1] == ':'))) continue;
+    if (const char *behind = scan_whole_mac(start, mac)) return behind;
+  }
+  return nullptr;
 }
 
 MacText::MacText(const Mac &mac, Digits digits, char separator) {

@@ -69,6 +69,14 @@ ScannedMac scan_mac(const char *text, char separator);
 /// The same; nothing unless all six are there.
 std::optional<Mac> parse_mac(const char *text, char separator);
 
+/// The address of six groups, separated by ":", that `text` begins with, when nothing behind it could belong to it; the
+/// text behind it, or null.
+const char *scan_whole_mac(const char *text, Mac &mac);
+
+/// The first such address in `line` that stands alone between other characters; the text behind it, or null when there
+/// is none.
+const char *find_mac(const char *line, Mac &mac);
+
 /// A hardware address as text, for a record or to look for it in what a tool prints.
 class MacText {
  public:

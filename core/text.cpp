@@ -26,6 +26,8 @@ Field find_field(const char *source, unsigned index, char separator) {
   return {nullptr, 0};
 }
 
+bool is_digit(char character) { return isdigit(static_cast<unsigned char>(character)) != 0; }
+
 const char *skip_blanks(const char *text) {
   while (isspace(static_cast<unsigned char>(*text)) != 0) ++text;
   return text;
@@ -121,6 +123,38 @@ const char *skip_words(const char *text, int count) {
     text += strcspn(text, " \t\n\v\f\r");
   }
   return text;
+}
+
+std::optional<uint64_t> scan_count(const char *&cursor) {
+  if (!is_digit(*cursor)) return std::nullopt;
+  uint64_t number = 0;
+  for (; is_digit(*cursor); ++cursor) {
+    const auto digit = static_cast<uint64_t>(*cursor - '0');
+    number = number > (UINT64_MAX - digit) / 10 ? UINT64_MAX : number * 10 + digit;
+  }
+  return number;
+}
+
+std::optional<uint32_t> scan_thousandths(const char *cursor) {
+  cursor = skip_blanks(cursor);
+  const auto whole = scan_count(cursor);
+  if (!whole) return std::nullopt;
+  uint64_t value = std::min<uint64_t>(*whole, UINT32_MAX) * 1000;
+  if (*cursor == '.') {
+    for (uint64_t unit = 100; is_digit(*++cursor) && unit > 0; unit /= 10) {
+      value += unit * static_cast<uint64_t>(*cursor - '0');
+    }
+  }
+  return static_cast<uint32_t>(std::min<uint64_t>(value, UINT32_MAX));
+}
+
+bool in_word(char character) { return isalnum(static_cast<unsigned char>(character)) != 0 || character == '_'; }
+
+const char *behind_word(const char *text, const char *label) {
+  for (const char *found = strstr(text, label); found != nullptr; found = strstr(found + 1, label)) {
+    if (found == text || !in_word(found[-1])) return found + strlen(label);
+  }
+  return nullptr;
 }
 
 bool scan_word(std::span<char> target, const char *text) {

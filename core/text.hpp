@@ -56,6 +56,18 @@ std::optional<int32_t> scan_second_number(const char *text, const char *label);
 /// The text behind its first `count` words and the blanks before them.
 const char *skip_words(const char *text, int count);
 
+/// Reads a number of any length at `cursor` and moves it behind it; what does not fit 64 bits is cut to the largest.
+std::optional<uint64_t> scan_count(const char *&cursor);
+
+/// Reads "65.5" at `text`, behind blanks, as 65500.
+std::optional<uint32_t> scan_thousandths(const char *text);
+
+/// Whether a character can belong to a name: a letter, a digit or "_".
+bool in_word(char character);
+
+/// The text behind the first `label` in `text` that no character of a name stands before, or null.
+const char *behind_word(const char *text, const char *label);
+
 /// Reads what `%s` reads at `text`: the first run of non-blank characters, cut where it is too long. False, and
 /// `target` unchanged, when only blanks follow.
 bool scan_word(std::span<char> target, const char *text);

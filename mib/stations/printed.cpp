@@ -1,7 +1,6 @@
 #include "mib/stations/printed.hpp"
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <span>
 
@@ -12,77 +11,12 @@ namespace {
 
 constexpr const char *blanks = " \t\n\v\f\r";
 
-bool is_digit(char character) { return isdigit(static_cast<unsigned char>(character)) != 0; }
-bool is_hex_digit(char character) { return isxdigit(static_cast<unsigned char>(character)) != 0; }
-bool is_letter(char character) { return isalpha(static_cast<unsigned char>(character)) != 0 || character == '_'; }
-bool in_word(char character) { return is_letter(character) || is_digit(character); }
-
-/// Where `label` stands in `text` with no letter or digit before it; the text behind it, or null.
-const char *behind_word(const char *text, const char *label) {
-  for (const char *found = strstr(text, label); found != nullptr; found = strstr(found + 1, label)) {
-    if (found == text || !in_word(found[-1])) return found + strlen(label);
-  }
-  return nullptr;
-}
-
-/// A decimal number of any length at `cursor`, which moves behind it; what does not fit 64 bits is cut to the largest.
-std::optional<uint64_t> scan_count(const char *&cursor) {
-  if (!is_digit(*cursor)) return std::nullopt;
-  uint64_t number = 0;
-  for (; is_digit(*cursor); ++cursor) {
-    const auto digit = static_cast<uint64_t>(*cursor - '0');
-    number = number > (UINT64_MAX - digit) / 10 ? UINT64_MAX : number * 10 + digit;
-  }
-  return number;
-}
-
-/// "65.5" as 65500, from `cursor` on.
-std::optional<uint32_t> scan_thousandths(const char *cursor) {
-  cursor += strspn(cursor, blanks);
-  const auto whole = scan_count(cursor);
-  if (!whole) return std::nullopt;
-  uint64_t value = std::min<uint64_t>(*whole, UINT32_MAX) * 1000;
-  if (*cursor == '.') {
-    for (uint64_t unit = 100; is_digit(*++cursor) && unit > 0; unit /= 10) {
-      value += unit * static_cast<uint64_t>(*cursor - '0');
-    }
-  }
-  return static_cast<uint32_t>(std::min<uint64_t>(value, UINT32_MAX));
-}
-
-/// Six groups at `cursor`, which moves behind them.
-bool scan_groups(const char *&cursor, Mac &mac) {
-  const auto octets = parse_mac(cursor, ':');
-  if (!octets) return false;
-  mac = *octets;
-  for (size_t group = 0; group < mac.size(); ++group) {
-    if (group > 0) ++cursor;
-    cursor += is_hex_digit(cursor[1]) ? 2 : 1;
-  }
-  return true;
-}
-
-/// Whether what stands before or behind an address could belong to a longer one.
-bool continues_address(const char *behind) {
-  return in_word(behind[0]) || (behind[0] == ':' && is_hex_digit(behind[1]));
-}
-
 }  // namespace
-
-const char *find_mac(const char *line, Mac &mac) {
-  for (const char *start = line; *start != '\0'; ++start) {
-    if (!is_hex_digit(*start) || (start != line && (in_word(start[-1]) || start[-1] == ':'))) continue;
-    const char *behind = start;
-    if (scan_groups(behind, mac) && !continues_address(behind)) return behind;
-  }
-  return nullptr;
-}
 
 std::optional<Mac> listed_station(const char *line) {
   Mac mac{};
   const bool begins = strlen(line) >= 6 && line[2] == ':' && line[5] == ':';
-  if (!begins || !scan_groups(line, mac) || continues_address(line)) return std::nullopt;
-  return mac;
+  return begins && scan_whole_mac(line, mac) != nullptr ? std::optional(mac) : std::nullopt;
 }
 
 std::optional<uint8_t> bridged_interface(const char *line) {
@@ -240,8 +174,7 @@ std::optional<Ipv4> whole_address(const char *word) {
 void read_lease(Snapshot &snapshot, const char *line) {
   const auto [expiry, owner, leased, name] = split(line);
   Mac mac{};
-  const char *behind = owner.data();
-  if (owner.empty() || !scan_groups(behind, mac) || behind != owner.data() + owner.size()) return;
+  if (owner.empty() || scan_whole_mac(owner.data(), mac) != owner.data() + owner.size()) return;
   StationRecord *station = snapshot.find(mac);
   const char *digits = expiry.data();
   const auto end = scan_count(digits);

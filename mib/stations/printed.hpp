@@ -9,10 +9,6 @@
 
 namespace zol {
 
-/// The first hardware address of six groups of one or two digits in `line`, alone between other characters; the text
-/// behind it, or null when there is none.
-const char *find_mac(const char *line, Mac &mac);
-
 /// "wlanconfig ath<N> list sta": each line that begins with an address is a station.
 std::optional<Mac> listed_station(const char *line);
 
