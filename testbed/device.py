@@ -14,6 +14,7 @@ import shlex
 import shutil
 import signal
 import subprocess
+import tempfile
 import time
 from pathlib import Path
 from typing import IO, Any, Callable
@@ -53,6 +54,26 @@ def _programs_folder(build: Path) -> Path:
     raise FileNotFoundError(f"{build} holds no programs of the simulated device: build it first")
 
 
+UCI_YEARS = (2014, 2025)
+
+
+def uci_year(program: Path) -> int:
+    """Which year's `uci` a program is: the newer one prints values in quotes."""
+    with tempfile.TemporaryDirectory() as folder:
+        (Path(folder) / "sample").write_text("config sample 'a'\n\toption b 'c'\n")
+        shown = subprocess.run([program, "-c", folder, "show", "sample.a.b"], capture_output=True, text=True, check=True)
+    return UCI_YEARS[shown.stdout == "sample.a.b='c'\n"]
+
+
+def _uci_program(programs: Path, wanted: str) -> Path:
+    """The configuration command of a year, or the program of that path."""
+    known = dict(zip(map(str, UCI_YEARS), ("uci", "uci-2025")))
+    program = programs / known[wanted] if wanted in known else Path(wanted).resolve()
+    if not os.access(program, os.X_OK):
+        raise FileNotFoundError(f"no configuration command {program}")
+    return program
+
+
 def _check_busybox() -> None:
     """The shell must look for commands in PATH. Builds of busybox exist that run their own applets first."""
     if not _BUSYBOX.exists():
@@ -74,15 +95,20 @@ class Device:
         self.state = self.path / "state"
         self.journal = self.path / "journal"
         self.build = Path((self.path / "build").read_text())
+        self.uci_program = Path((self.path / "uci").read_text())
         self.stations = Stations(self.state)
         self._children: list[Program] = []
 
     @classmethod
-    def create(cls, path: Path | str, build_dir: Path | str) -> Device:
-        """Makes a new device in the folder `path`."""
+    def create(cls, path: Path | str, build_dir: Path | str, uci: str | None = None) -> Device:
+        """Makes a new device in the folder `path`.
+
+        `uci` is the year whose configuration command it has, or the path of a real one; None: what ZOL_UCI in the
+        environment says, or else 2014."""
         path, build = Path(path).resolve(), Path(build_dir).resolve()
         _check_busybox()
         programs = _programs_folder(build)
+        uci_program = _uci_program(programs, uci or os.environ.get("ZOL_UCI") or str(UCI_YEARS[0]))
         root = path / "root"
         if root.exists():
             raise FileExistsError(f"{path} holds a device already")
@@ -102,6 +128,7 @@ class Device:
         (root / "tmp/dhcp.leases").write_text(default_leases())
         (path / "journal").touch()
         (path / "build").write_text(str(build))
+        (path / "uci").write_text(str(uci_program))
         return cls(path)
 
     def __enter__(self) -> Device:
@@ -146,6 +173,7 @@ class Device:
             if program.exists():
                 command += ["--ro-bind", str(program), str(program)]
         command += ["--ro-bind", str(_programs_folder(self.build)), "/opt/device"]
+        command += ["--ro-bind", str(self.uci_program), "/opt/device/uci"]
         command += ["--ro-bind", str(self.build), "/opt/zolarc/lib"]
         command += ["--bind", str(self.state), "/state", "--bind", str(self.journal), "/journal"]
         uptime = self.state / "uptime"
@@ -172,8 +200,13 @@ class Device:
         return subprocess.Popen([*self.sandbox(env, die_with_parent=not detached), "--", *arguments],
                                 stdin=subprocess.DEVNULL, stdout=output, stderr=output, start_new_session=detached)
 
+    @property
+    def uci_year(self) -> int:
+        """Which year's configuration command it has."""
+        return uci_year(self.uci_program)
+
     def uci(self, command: str) -> str:
-        """What a uci command prints, such as "show wireless.wifi0.channel". It is not journalled.
+        """What a uci command prints, such as "get wireless.wifi0.channel". It is not journalled.
 
         Raises subprocess.CalledProcessError when it fails."""
         done = self.run(["/opt/device/uci", *shlex.split(command)])

@@ -1,8 +1,7 @@
 #include "uci/change.hpp"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
+#include <cstdlib>
 
 #include "uci/syntax.hpp"
 
@@ -10,122 +9,163 @@ namespace uci {
 
 namespace {
 
-struct Notation {
-  Change::Kind kind;
-  const char *word;       // in a file of changes
-  const char *prefix;     // in the list of changes
-  const char *separator;  // between name and value there
+using Kind = Change::Kind;
+
+struct Prefix {
+  Kind kind;
+  char character;
 };
 
-constexpr std::array notations{
-    Notation{Change::Kind::set, "set", "", "="},
-    Notation{Change::Kind::add_section, "add", "", "="},
-    Notation{Change::Kind::remove, "delete", "-", ""},
-    Notation{Change::Kind::add_list, "add_list", "", "+="},
-    Notation{Change::Kind::remove_list, "del_list", "", "-="},
-    Notation{Change::Kind::rename, "rename", "@", "="},
-    Notation{Change::Kind::reorder, "reorder", "^", "="},
-};
+constexpr Prefix prefixes[] = {{Kind::add_section, '+'}, {Kind::remove, '-'}, {Kind::add_list, '|'},
+                               {Kind::remove_list, '~'}, {Kind::rename, '@'}, {Kind::reorder, '^'}};
 
-const Notation &notation_of(Change::Kind kind) {
-  return *std::find_if(notations.begin(), notations.end(), [&](const auto &entry) { return entry.kind == kind; });
-}
-
-void apply_to_section(const Change &change, Package &package, Section &section) {
-  auto &sections = package.sections();
-  const auto position = sections.begin() + (&section - sections.data());
-  switch (change.kind) {
-    case Change::Kind::set:
-      section.type = change.value;
-      break;
-    case Change::Kind::remove:
-      sections.erase(position);
-      break;
-    case Change::Kind::rename:
-      section.name = change.value;
-      section.anonymous = false;
-      break;
-    case Change::Kind::reorder: {
-      size_t target = 0;
-      std::from_chars(change.value.data(), change.value.data() + change.value.size(), target);
-      Section moved = std::move(section);
-      sections.erase(position);
-      sections.insert(sections.begin() + static_cast<ptrdiff_t>(std::min(target, sections.size())), std::move(moved));
-      break;
-    }
-    default:
-      break;
+std::optional<Change> set(Change change, Package &package, Section *section, Option *option) {
+  if (!change.value || (section == nullptr && change.option)) throw invalid_argument();
+  const std::string &value = *change.value;
+  if (value.empty()) {
+    // Setting to nothing deletes, and what is not there needs no deleting.
+    if (section == nullptr || (change.option && option == nullptr)) return std::nullopt;
+    return apply({Kind::remove, change.section, change.option, {}}, package);
   }
+  if (!change.option && !valid_type(value)) throw invalid_argument();
+  if (change.option) {
+    if (!section->set(*change.option, value)) return std::nullopt;
+  } else if (section == nullptr) {
+    package.add_named(value, change.section);
+  } else {
+    if (newer && section->type == value) return std::nullopt;
+    section->type = value;
+  }
+  return change;
 }
 
-void apply_to_option(const Change &change, Section &section) {
-  Option *option = section.find(change.option);
-  switch (change.kind) {
-    case Change::Kind::set:
-      section.set(change.option, change.value);
-      break;
-    case Change::Kind::add_list:
-      section.add(change.option, change.value);
-      break;
-    case Change::Kind::remove:
-      std::erase_if(section.options, [&](const Option &other) { return other.name == change.option; });
-      break;
-    case Change::Kind::remove_list:
-      if (option != nullptr && option->is_list) {
-        std::erase(option->values, change.value);
-        if (option->values.empty()) {
-          std::erase_if(section.options, [&](const Option &other) { return other.name == change.option; });
-        }
-      }
-      break;
-    case Change::Kind::rename:
-      if (option != nullptr) option->name = change.value;
-      break;
+std::optional<Change> remove(Change change, Package &package, Section &section, const Option *option) {
+  if (option == nullptr) {
+    auto &sections = package.sections();
+    sections.erase(sections.begin() + (&section - sections.data()));
+  } else if (option->is_list && !change.value.value_or("").empty()) {
+    auto &items = section.find(option->name)->values;
+    const auto item = atoi(change.value->c_str());
+    if (item < 0 || item >= static_cast<int>(items.size())) return std::nullopt;
+    items.erase(items.begin() + item);
+    return change;
+  } else {
+    section.erase(*option);
+  }
+  change.value.reset();
+  return change;
+}
+
+std::optional<Change> reorder(Change change, Package &package, Section &section) {
+  auto &sections = package.sections();
+  const auto present = &section - sections.data();
+  const auto wanted = std::max(0, static_cast<int>(strtoul(change.value->c_str(), nullptr, 10)));
+  change.value = std::to_string(static_cast<int>(strtoul(change.value->c_str(), nullptr, 10)));
+  Section moved = std::move(section);
+  sections.erase(sections.begin() + present);
+  const auto target = std::min<ptrdiff_t>(wanted, static_cast<ptrdiff_t>(sections.size()));
+  sections.insert(sections.begin() + target, std::move(moved));
+  if (newer && target == present) return std::nullopt;
+  return change;
+}
+
+/// Whether a line of a file of changes can be one.
+bool acceptable(Kind kind, const Reference &reference) {
+  if (!reference.section || !valid_name(*reference.section)) return false;
+  if (newer && kind != Kind::remove && !reference.value) return false;
+  switch (kind) {
+    case Kind::reorder:
+      return reference.value && !reference.option;
+    case Kind::rename:
+      return reference.value && valid_name(*reference.value);
+    case Kind::add_list:
+    case Kind::remove_list:
+      return reference.option.has_value();
     default:
-      break;
+      return true;
   }
 }
 
 }  // namespace
 
-void apply(const Change &change, Package &package) {
+std::optional<Change> apply(const Change &change, Package &package) {
   Section *section = package.find(change.section);
-  if (section == nullptr) {
-    if (!change.option.empty()) return;
-    if (change.kind == Change::Kind::set) package.add_named(change.value, change.section);
-    if (change.kind == Change::Kind::add_section) package.add_anonymous(change.value, change.section);
-    return;
+  Option *option = section == nullptr || !change.option ? nullptr : section->find(*change.option);
+  const auto require_all = [&] {
+    if (section == nullptr || (change.option && option == nullptr)) throw not_found();
+  };
+  switch (change.kind) {
+    case Kind::set:
+      return set(change, package, section, option);
+    case Kind::add_section: {
+      auto added = set(change, package, section, option);
+      if (Section *present = package.find(change.section); present != nullptr && !change.option) {
+        present->anonymous = true;
+      }
+      return added;
+    }
+    case Kind::remove:
+      require_all();
+      return remove(change, package, *section, option);
+    case Kind::add_list:
+      if (section == nullptr || !change.value) throw invalid_argument();
+      section->add(change.option.value_or(""), *change.value);
+      return change;
+    case Kind::remove_list:
+      if (section == nullptr || !change.value) throw invalid_argument();
+      if (option == nullptr || !option->is_list) return std::nullopt;
+      std::erase(option->values, *change.value);
+      return change;
+    case Kind::rename:
+      require_all();
+      if (!change.value) throw invalid_argument();
+      if (!change.option) section->anonymous = false;
+      (change.option ? option->name : section->name) = *change.value;
+      return change;
+    case Kind::reorder:
+      if (section == nullptr || !change.value) throw not_found();
+      return reorder(change, package, *section);
   }
-  if (change.option.empty()) {
-    apply_to_section(change, package, *section);
-  } else {
-    apply_to_option(change, *section);
-  }
+  throw invalid_argument();
 }
 
-std::string format(const Change &change) {
-  return std::string(notation_of(change.kind).word) + " " + quoted(change.section) + " " + quoted(change.option) + " " +
-         quoted(change.value) + "\n";
+std::string format(const Change &change, std::string_view package) {
+  const auto *prefix = std::find_if(std::begin(prefixes), std::end(prefixes),
+                                    [&](const Prefix &entry) { return entry.kind == change.kind; });
+  std::string line;
+  if (prefix != std::end(prefixes)) line += prefix->character;
+  line.append(package).append(".").append(change.section);
+  if (change.option) line.append(".").append(*change.option);
+  if (change.value) line.append("=").append(newer ? quoted(*change.value) : *change.value);
+  return line += '\n';
 }
 
-std::vector<Change> parse_changes(std::string_view text) {
+std::vector<Change> parse_changes(std::string_view text, std::string_view package, Faulty faulty) {
   std::vector<Change> changes;
-  StatementReader reader(text);
-  for (auto words = reader.next(); !words.empty(); words = reader.next()) {
-    const auto *notation =
-        std::find_if(notations.begin(), notations.end(), [&](const Notation &entry) { return words[0] == entry.word; });
-    if (notation == notations.end() || words.size() != 4) throw reader.error("invalid change");
-    changes.push_back({notation->kind, words[1], words[2], words[3]});
+  for (LineWords lines(text); !lines.at_end();) {
+    try {
+      std::string line = lines.next_change();
+      const auto *prefix = std::find_if(std::begin(prefixes), std::end(prefixes),
+                                        [&](const Prefix &entry) { return line.starts_with(entry.character); });
+      const bool prefixed = prefix != std::end(prefixes);
+      const Kind kind = prefixed ? prefix->kind : Kind::set;
+      const Reference reference = Reference::parse(prefixed ? line.substr(1) : line);
+      if (reference.package != package || !acceptable(kind, reference)) throw invalid_argument();
+      changes.push_back({kind, *reference.section, reference.option, reference.value});
+    } catch (const Error &) {
+      if (faulty == Faulty::refused) throw;
+    }
   }
   return changes;
 }
 
 std::string describe(const Change &change, std::string_view package) {
-  const Notation &notation = notation_of(change.kind);
-  std::string text = notation.prefix;
+  std::string text = change.kind == Kind::remove ? "-" : "";
   text.append(package).append(".").append(change.section);
-  if (!change.option.empty()) text.append(".").append(change.option);
-  return text.append(notation.separator).append(change.value);
+  if (change.option) text.append(".").append(*change.option);
+  if (change.kind == Kind::remove) return text;
+  text += change.kind == Kind::add_list ? "+=" : change.kind == Kind::remove_list ? "-=" : "=";
+  return text.append(newer ? quoted(*change.value) : *change.value);
 }
 
 }  // namespace uci

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,18 +15,23 @@ struct Change {
 
   Kind kind;
   std::string section;
-  /// Empty for a change of the section itself.
-  std::string option;
-  /// The new value, type, name or position; empty for `remove`.
-  std::string value;
+  /// Missing for a change of the section itself.
+  std::optional<std::string> option;
+  /// The new value, type, name or position; for `remove` the place in a list, if only one item goes.
+  std::optional<std::string> value;
 };
 
-/// Carries out a change. One whose section is gone is passed over: whoever removed it wins.
-void apply(const Change &change, Package &package);
+/// Carries out a change. @return the change that it comes to: none when nothing changes, `remove` where a value is set
+/// to nothing. @throws Error when the package has no place for it
+std::optional<Change> apply(const Change &change, Package &package);
 
-/// The text of a file of changes, and back. @throws Error for a file that is none
-std::string format(const Change &change);
-std::vector<Change> parse_changes(std::string_view text);
+/// The line of a file of changes.
+std::string format(const Change &change, std::string_view package);
+
+/// The changes that the text of such a file holds for a package. Lines that are none are passed over, or not: then an
+/// Error is thrown.
+enum class Faulty { passed_over, refused };
+std::vector<Change> parse_changes(std::string_view text, std::string_view package, Faulty faulty = Faulty::passed_over);
 
 /// The change as the command `changes` prints it.
 std::string describe(const Change &change, std::string_view package);

@@ -1,15 +1,14 @@
-// The configuration command of the simulated device. It prints as the device's does: values stand unquoted and the
-// items of a list are joined by blanks.
+// The configuration command of the simulated device, as it was in 2014 or as it is in 2025.
 
 #include <unistd.h>
 
 #include <cstdio>
 #include <span>
 #include <string>
-#include <vector>
+#include <utility>
 
-#include "uci/reference.hpp"
 #include "uci/store.hpp"
+#include "uci/syntax.hpp"
 
 namespace {
 
@@ -37,7 +36,7 @@ int usage() {
       "\tadd        <config> <section-type>\n"
       "\tadd_list   <config>.<section>.<option>=<string>\n"
       "\tdel_list   <config>.<section>.<option>=<string>\n"
-      "\tdelete     <config>.<section>[.<option>]\n"
+      "\tdelete     <config>.<section>[.<option>[=<item>]]\n"
       "\trename     <config>.<section>[.<option>]=<name>\n"
       "\treorder    <config>.<section>=<position>\n"
       "\tchanges    [<config>]\n"
@@ -46,7 +45,7 @@ int usage() {
       "Options:\n"
       "\t-c <path>  configuration files (default: /etc/config)\n"
       "\t-p <path>  further staged changes to read\n"
-      "\t-P <path>  staged changes (default: /tmp/.uci)\n"
+      "\t-P <path>  staged changes (default: /tmp/.uci), which are not committed\n"
       "\t-q         quiet: no error messages\n",
       stderr);
   return exit_usage;
@@ -57,8 +56,21 @@ void print(const std::string &text) {
   putchar('\n');
 }
 
+/// A value as it is printed: a list's items joined by blanks. The newer command puts all of them in quotes, or, where
+/// values are printed alone, the items of a list that hold blanks.
+std::string text_of(const Option &option, bool alone) {
+  std::string text;
+  for (size_t i = 0; i < option.values.size(); ++i) {
+    const std::string &value = option.values[i];
+    const bool in_quotes = !alone || (option.is_list && value.find_first_of(" \t\r\n") != std::string::npos);
+    if (i > 0) text += ' ';
+    text += uci::newer && in_quotes ? uci::quoted(value) : value;
+  }
+  return text;
+}
+
 void show_option(const Package &package, const std::string &section, const Option &option) {
-  print(package.name() + "." + section + "." + option.name + "=" + option.text());
+  print(package.name() + "." + section + "." + option.name + "=" + text_of(option, false));
 }
 
 void show_section(const Package &package, const std::string &name, const Section &section) {
@@ -70,15 +82,19 @@ void show_package(const Package &package) {
   for (const Section &section : package.sections()) show_section(package, package.reference(section), section);
 }
 
-/// The entry that a reference names. @throws uci::Error when it is not there
+/// As far as a reference leads: to a package, a section or an option.
 struct Entry {
-  Section *section;
-  Option *option;
+  Section *section = nullptr;
+  Option *option = nullptr;
+  bool complete = false;
 
-  Entry(const Reference &reference, Package &package)
-      : section(reference.find_section(package)),
-        option(section == nullptr || reference.option.empty() ? nullptr : section->find(reference.option)) {
-    if (section == nullptr || (option == nullptr && !reference.option.empty())) throw uci::not_found();
+  Entry(const Reference &reference, Package &package) {
+    if (reference.section) {
+      section = uci::valid_name(*reference.section) ? package.find(*reference.section)
+                                                    : package.find_by_position(*reference.section);
+      if (section != nullptr && reference.option) option = section->find(*reference.option);
+    }
+    complete = (!reference.section || section != nullptr) && (!reference.option || option != nullptr);
   }
 };
 
@@ -86,191 +102,150 @@ void report(const std::exception &failure) {
   if (!quiet) fprintf(stderr, "uci: %s\n", failure.what());
 }
 
-/// Runs a command for the package that is named, or for all: one that is broken does not keep the others from it.
-template <typename Run>
-int for_each_package(const Store &store, Arguments arguments, Run run) {
-  if (arguments.size() > 1) return usage();
-  int status = 0;
-  for (const std::string &name :
-       arguments.empty() ? store.packages() : std::vector{Reference::parse(arguments[0]).package}) {
-    try {
-      run(name);
-    } catch (const uci::Error &failure) {
-      report(failure);
-      status = 1;
+void show_reference(const Store &store, const char *text) {
+  const Reference reference = Reference::parse(text);
+  Package package = store.load(reference.package);
+  const Entry entry(reference, package);
+  // What is missing makes the older command show what it has found on the way there.
+  if (entry.complete || !uci::newer) {
+    // An entry that is asked for by itself is printed with its section's own name, also when that is made up.
+    if (entry.option != nullptr) {
+      show_option(package, entry.section->name, *entry.option);
+    } else if (entry.section != nullptr) {
+      show_section(package, entry.section->name, *entry.section);
+    } else {
+      show_package(package);
     }
   }
-  return status;
+  if (!entry.complete) throw uci::not_found();
 }
 
-int show(Store &store, Arguments arguments) {
-  if (arguments.size() > 1) return usage();
-  if (arguments.empty()) {
-    return for_each_package(store, arguments, [&](const std::string &name) { show_package(store.load(name)); });
-  }
-  const Reference reference = Reference::parse(arguments[0]);
+void list_changes(const Store &store, const char *text) {
+  const Reference reference = Reference::parse(text);
   Package package = store.load(reference.package);
-  if (reference.section.empty()) {
-    show_package(package);
+  Entry(reference, package);
+  for (const Change &change : store.changes(reference.package)) print(uci::describe(change, reference.package));
+}
+
+/// Whether staged changes must not be written, as with a folder of one's own for them.
+bool stays_staged = false;
+
+void commit_package(const Store &store, const char *text) {
+  const Reference reference = Reference::parse(text);
+  Package package = store.load(reference.package);
+  Entry(reference, package);
+  if (!stays_staged) store.commit(reference.package);
+}
+
+/// Runs a command for what is named, or for all packages: one that is broken does not keep the others from it.
+template <void (*Run)(const Store &, const char *)>
+int for_each_package(const Store &store, Arguments arguments) {
+  if (arguments.size() > 1) return usage();
+  if (arguments.size() == 1) {
+    Run(store, arguments[0]);
     return 0;
   }
-  // An entry that is asked for by itself is printed with its section's own name, also when that is made up.
-  const Entry entry(reference, package);
-  if (entry.option == nullptr) {
-    show_section(package, entry.section->name, *entry.section);
-  } else {
-    show_option(package, entry.section->name, *entry.option);
+  for (const std::string &name : store.packages()) {
+    try {
+      Run(store, name.c_str());
+    } catch (const uci::Error &failure) {
+      report(failure);
+    }
   }
   return 0;
 }
 
-int get(Store &store, Arguments arguments) {
+int get(const Store &store, Arguments arguments) {
   if (arguments.size() != 1) return usage();
   const Reference reference = Reference::parse(arguments[0]);
-  if (reference.section.empty()) throw uci::invalid_argument();
   Package package = store.load(reference.package);
   const Entry entry(reference, package);
-  print(entry.option == nullptr ? entry.section->type : entry.option->text());
+  if (reference.value) return 1;
+  if (!entry.complete) throw uci::not_found();
+  if (entry.section != nullptr) print(entry.option == nullptr ? entry.section->type : text_of(*entry.option, true));
   return 0;
 }
 
-std::vector<Change> set_value(const Reference &reference, Package &package) {
-  Section *section = reference.find_section(package);
-  const std::string &value = *reference.value;
-  const bool present = section != nullptr && (reference.option.empty() || section->find(reference.option) != nullptr);
-  if (value.empty()) {
-    // Setting to nothing deletes, and what is not there needs no deleting.
-    if (!present) return {};
-    return {{Change::Kind::remove, section->name, reference.option, {}}};
-  }
-  if (section != nullptr) {
-    if (reference.option.empty() && !uci::valid_type(value)) throw uci::invalid_argument();
-    return {{Change::Kind::set, section->name, reference.option, value}};
-  }
-  // A new section needs a name of its own and a type.
-  if (!reference.option.empty() || !uci::valid_name(reference.section) || !uci::valid_type(value)) {
-    throw uci::invalid_argument();
-  }
-  return {{Change::Kind::set, reference.section, {}, value}};
-}
-
-int set(Store &store, Arguments arguments) {
-  if (arguments.size() != 1) return usage();
-  const Reference reference = Reference::parse(arguments[0]);
-  if (reference.section.empty() || !reference.value) throw uci::invalid_argument();
-  store.stage(reference.package, [&](Package &package) { return set_value(reference, package); });
-  return 0;
-}
-
-int add(Store &store, Arguments arguments) {
+int add(const Store &store, Arguments arguments) {
   if (arguments.size() != 2) return usage();
-  const std::string type = arguments[1];
-  if (!uci::valid_type(type)) throw uci::invalid_argument();
   std::string name;
-  store.stage(arguments[0], [&](Package &package) {
-    do {
-      name = package.add_anonymous(type).name;
-    } while (package.find(name) != &package.sections().back());
-    return std::vector<Change>{{Change::Kind::add_section, name, {}, type}};
-  });
+  try {
+    if (!uci::valid_type(arguments[0])) throw uci::invalid_argument();
+    store.stage(arguments[0], [&](Package &package) {
+      name = package.add_anonymous(arguments[1]).name;
+      return Change{Change::Kind::add_section, name, {}, arguments[1]};
+    });
+  } catch (const uci::Error &failure) {
+    report(failure);
+    return failure.code;
+  }
   print(name);
   return 0;
 }
 
-int edit_list(Store &store, Arguments arguments, Change::Kind kind) {
+/// Stages a change of what the only argument names.
+template <Change::Kind Kind>
+int edit(const Store &store, Arguments arguments) {
   if (arguments.size() != 1) return usage();
   const Reference reference = Reference::parse(arguments[0]);
-  if (reference.option.empty() || !reference.value) throw uci::invalid_argument();
-  store.stage(reference.package, [&](Package &package) {
-    const Section *section = reference.find_section(package);
-    if (section == nullptr) throw uci::invalid_argument();
-    return std::vector<Change>{{kind, section->name, reference.option, *reference.value}};
-  });
-  return 0;
-}
-
-int add_list(Store &store, Arguments arguments) { return edit_list(store, arguments, Change::Kind::add_list); }
-int del_list(Store &store, Arguments arguments) { return edit_list(store, arguments, Change::Kind::remove_list); }
-
-int remove(Store &store, Arguments arguments) {
-  if (arguments.size() != 1) return usage();
-  const Reference reference = Reference::parse(arguments[0]);
-  if (reference.section.empty() || reference.value) throw uci::invalid_argument();
-  store.stage(reference.package, [&](Package &package) {
+  int status = 0;
+  store.stage(reference.package, [&](Package &package) -> std::optional<Change> {
     const Entry entry(reference, package);
-    return std::vector<Change>{{Change::Kind::remove, entry.section->name, reference.option, {}}};
+    int number = 0;
+    if (Kind == Change::Kind::remove && reference.value && sscanf(reference.value->c_str(), "%d", &number) == 0) {
+      status = 1;
+      return std::nullopt;
+    }
+    if (!reference.section) throw Kind == Change::Kind::reorder ? uci::not_found() : uci::invalid_argument();
+    return uci::apply({Kind, entry.section == nullptr ? *reference.section : entry.section->name,
+                       Kind == Change::Kind::reorder ? std::nullopt : reference.option, reference.value},
+                      package);
   });
-  return 0;
+  return status;
 }
 
-int rename(Store &store, Arguments arguments) {
+int revert(const Store &store, Arguments arguments) {
   if (arguments.size() != 1) return usage();
   const Reference reference = Reference::parse(arguments[0]);
-  if (reference.section.empty() || !reference.value || !uci::valid_name(*reference.value)) {
-    throw uci::invalid_argument();
+  Package package = store.load(reference.package);
+  const Entry entry(reference, package);
+  if (reference.value) return 1;
+  try {
+    store.revert(reference.package, entry.section == nullptr ? reference.section : entry.section->name,
+                 reference.option);
+  } catch (const uci::Error &) {
+    // Not told, and all stays staged.
   }
-  store.stage(reference.package, [&](Package &package) {
-    const Entry entry(reference, package);
-    const bool taken = reference.option.empty() ? package.find(*reference.value) != nullptr
-                                                : entry.section->find(*reference.value) != nullptr;
-    if (taken) throw uci::Error("Duplicate entry");
-    return std::vector<Change>{{Change::Kind::rename, entry.section->name, reference.option, *reference.value}};
-  });
-  return 0;
-}
-
-int reorder(Store &store, Arguments arguments) {
-  if (arguments.size() != 1) return usage();
-  const Reference reference = Reference::parse(arguments[0]);
-  const std::string position = reference.value.value_or("");
-  if (reference.section.empty() || !reference.option.empty() || position.empty() ||
-      position.find_first_not_of("0123456789") != std::string::npos) {
-    throw uci::invalid_argument();
-  }
-  store.stage(reference.package, [&](Package &package) {
-    const Entry entry(reference, package);
-    return std::vector<Change>{{Change::Kind::reorder, entry.section->name, {}, position}};
-  });
-  return 0;
-}
-
-int changes(Store &store, Arguments arguments) {
-  return for_each_package(store, arguments, [&](const std::string &name) {
-    for (const Change &change : store.changes(name)) print(uci::describe(change, name));
-  });
-}
-
-int commit(Store &store, Arguments arguments) {
-  return for_each_package(store, arguments, [&](const std::string &name) { store.commit(name); });
-}
-
-int revert(Store &store, Arguments arguments) {
-  if (arguments.size() != 1) return usage();
-  const Reference reference = Reference::parse(arguments[0]);
-  std::string section = reference.section;
-  if (section.starts_with('@')) {
-    Package package = store.load(reference.package);
-    section = Entry(reference, package).section->name;
-  }
-  store.revert(reference.package, section, reference.option);
   return 0;
 }
 
 struct Command {
   const char *name;
-  int (*run)(Store &, Arguments);
+  int (*run)(const Store &, Arguments);
 };
 
+using Kind = Change::Kind;
+
 constexpr Command commands[] = {
-    {"show", show},         {"get", get},           {"set", set},       {"add", add},
-    {"add_list", add_list}, {"del_list", del_list}, {"delete", remove}, {"rename", rename},
-    {"reorder", reorder},   {"changes", changes},   {"commit", commit}, {"revert", revert},
+    {"show", for_each_package<show_reference>},
+    {"changes", for_each_package<list_changes>},
+    {"commit", for_each_package<commit_package>},
+    {"get", get},
+    {"add", add},
+    {"revert", revert},
+    {"set", edit<Kind::set>},
+    {"add_list", edit<Kind::add_list>},
+    {"del_list", edit<Kind::remove_list>},
+    {"delete", edit<Kind::remove>},
+    {"del", edit<Kind::remove>},
+    {"rename", edit<Kind::rename>},
+    {"reorder", edit<Kind::reorder>},
 };
 
 int run(Store::Folders folders, Arguments arguments) {
   for (const Command &command : commands) {
     if (std::string_view(arguments[0]) != command.name) continue;
-    Store store(std::move(folders));
+    const Store store(std::move(folders));
     return command.run(store, arguments.subspan(1));
   }
   return usage();
@@ -293,14 +268,19 @@ int main(int argc, char **argv) {
         folders.more_changes.emplace_back(optarg);
         break;
       case 'P':
-        folders.changes = optarg;
+        folders.more_changes.push_back(std::exchange(folders.changes, optarg));
+        stays_staged = true;
         break;
       default:
-        return usage();
+        usage();
+        return 0;
     }
   }
   const Arguments arguments(argv + optind, static_cast<size_t>(argc - optind));
-  if (arguments.empty()) return usage();
+  if (arguments.empty()) {
+    usage();
+    return 0;
+  }
   try {
     return run(std::move(folders), arguments);
   } catch (const std::exception &failure) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -9,23 +8,27 @@
 
 namespace uci {
 
+/// The command changed between the years: values are printed in quotes now, anonymous sections are counted differently.
+inline constexpr bool newer = UCI_YEAR >= 2025;
+
 /// What a command fails with; the text is what follows "uci: " on standard error.
 struct Error : std::runtime_error {
-  using runtime_error::runtime_error;
+  Error(int number, const std::string &text) : std::runtime_error(text), code(number) {}
+
+  /// The exit status of `add`; all other commands answer 1.
+  int code;
 };
 
-inline Error not_found() { return Error("Entry not found"); }
-inline Error invalid_argument() { return Error("Invalid argument"); }
-inline Error io_error() { return Error("I/O error"); }
+inline Error invalid_argument() { return {2, "Invalid argument"}; }
+inline Error not_found() { return {3, "Entry not found"}; }
+inline Error io_error() { return {4, "I/O error"}; }
+inline Error parse_error(const std::string &details = {}) { return {5, "Parse error" + details}; }
 
 /// An option has one value; a list has any number of items.
 struct Option {
   std::string name;
   bool is_list = false;
   std::vector<std::string> values;
-
-  /// The value as it is printed: a list's items joined by blanks.
-  [[nodiscard]] std::string text() const;
 };
 
 struct Section {
@@ -36,10 +39,14 @@ struct Section {
   std::vector<Option> options;
 
   Option *find(std::string_view option);
-  /// Sets an option, or replaces what it was.
-  void set(std::string_view option, std::string value);
+  void erase(const Option &option);
+  /// Sets an option to a text. @return false when it held that text already
+  bool set(std::string_view option, std::string value);
   /// Appends to a list; a plain option becomes the list's first item.
   void add(std::string_view option, std::string value);
+
+ private:
+  Option &place_for(std::string_view option);
 };
 
 /// One configuration file.
@@ -52,14 +59,14 @@ class Package {
   [[nodiscard]] const std::vector<Section> &sections() const { return sections_; }
 
   Section *find(std::string_view section);
-  /// The `index`-th section of a type (any type when it is empty), counted from the end when `index` is negative.
-  Section *find(std::string_view type, int index);
-  /// `@type[n]` for an anonymous section, the name for any other.
+  /// The section that `@type[n]` names (any type when there is none; counted from the end when n is negative), or null.
+  /// @throws Error when it is malformed
+  Section *find_by_position(const std::string &text);
+  /// What the section is called where the whole package is shown: `@type[n]` for an anonymous one.
   [[nodiscard]] std::string reference(const Section &section) const;
 
   Section &add_named(std::string_view type, std::string_view section);
-  /// `section` is the made-up name of a section that was added earlier and not yet written.
-  Section &add_anonymous(std::string_view type, std::string_view section = {});
+  Section &add_anonymous(std::string_view type);
 
  private:
   std::string name_;
@@ -67,10 +74,20 @@ class Package {
   unsigned counter_ = 0;
 };
 
-/// Names of packages, sections and options: letters, digits and "_"; packages may hold "-" too.
+/// Names of sections and options: letters, digits and "_".
 bool valid_name(std::string_view text);
-bool valid_package(std::string_view text);
-/// Types: printable characters without blanks.
+/// Types and names of packages: printable characters without blanks.
 bool valid_type(std::string_view text);
+
+/// What a command line names: `package[.section[.option]][=value]`, where a section may be `@type[n]`.
+struct Reference {
+  std::string package;
+  std::optional<std::string> section;
+  std::optional<std::string> option;
+  std::optional<std::string> value;
+
+  /// @throws Error when it is malformed
+  static Reference parse(std::string_view text);
+};
 
 }  // namespace uci

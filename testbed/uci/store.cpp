@@ -44,11 +44,10 @@ class File {
 
 /// The text of a file; nothing when there is no such file.
 std::optional<std::string> read_file(const std::string &path) {
+  struct stat present {};
+  if (stat(path.c_str(), &present) != 0 || !S_ISREG(present.st_mode)) return std::nullopt;
   const File file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file) {
-    if (errno == ENOENT) return std::nullopt;
-    throw io_error();
-  }
+  if (!file) throw io_error();
   std::string text;
   char block[4096];
   for (;;) {
@@ -85,10 +84,14 @@ void replace_file(const std::string &path, std::string_view text) {
 
 }  // namespace
 
-Store::Lock::Lock(const std::string &folder, Mode mode) : descriptor_(-1) {
-  mkdir(folder.c_str(), 0700);
+Store::Lock::Lock(const Folders &folders, Mode mode) : descriptor_(-1) {
   const bool writing = mode == Mode::exclusive;
-  descriptor_ = open((folder + "/.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  if (writing) {
+    struct stat configuration {};
+    if (stat(folders.configuration.c_str(), &configuration) != 0) throw not_found();
+    mkdir(folders.changes.c_str(), configuration.st_mode & 0777);
+  }
+  descriptor_ = open(folders.changes.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (descriptor_ < 0) {
     if (writing) throw io_error();
     return;
@@ -107,78 +110,73 @@ std::vector<std::string> Store::packages() const {
   std::error_code failure;
   for (const auto &entry : std::filesystem::directory_iterator(folders_.configuration, failure)) {
     std::string name = entry.path().filename().string();
-    if (valid_package(name)) names.push_back(std::move(name));
+    const bool hidden = name.starts_with('.') || (newer && name.find('.') != std::string::npos);
+    if (!hidden && !entry.is_directory() && valid_type(name)) names.push_back(std::move(name));
   }
-  if (failure) throw io_error();
+  if (names.empty()) throw not_found();
   std::sort(names.begin(), names.end());
   return names;
 }
 
 std::string Store::change_file(const std::string &package) const { return folders_.changes + "/" + package; }
 
-std::vector<Change> Store::read_changes(const std::string &package) const {
-  std::vector<Change> changes;
-  const auto read_folder = [&](const std::string &folder) {
-    const auto text = read_file(folder + "/" + package);
-    if (!text) return;
-    for (Change &change : parse_changes(*text)) changes.push_back(std::move(change));
-  };
-  for (const std::string &folder : folders_.more_changes) read_folder(folder);
-  read_folder(folders_.changes);
-  return changes;
-}
-
-Package Store::read(const std::string &package) const {
-  if (!valid_package(package)) throw invalid_argument();
+Store::Contents Store::read(const std::string &package) const {
   const auto text = read_file(folders_.configuration + "/" + package);
   if (!text) throw not_found();
-  Package result(package);
-  parse(*text, result);
-  for (const Change &change : read_changes(package)) apply(change, result);
-  return result;
+  Contents contents{Package(package), {}, 0};
+  parse(*text, contents.package);
+  const auto read_changes = [&](const std::string &folder) {
+    for (Change &change : parse_changes(read_file(folder + "/" + package).value_or(""), package)) {
+      try {
+        apply(change, contents.package);
+        ++contents.applied;
+      } catch (const Error &) {
+        // Whoever removed what the change is about wins.
+      }
+      contents.changes.push_back(std::move(change));
+    }
+  };
+  for (const std::string &folder : folders_.more_changes) read_changes(folder);
+  read_changes(folders_.changes);
+  return contents;
 }
 
 Package Store::load(const std::string &package) const {
-  const Lock lock(folders_.changes, Lock::Mode::shared);
-  return read(package);
+  const Lock lock(folders_, Lock::Mode::shared);
+  return read(package).package;
 }
 
 std::vector<Change> Store::changes(const std::string &package) const {
-  const Lock lock(folders_.changes, Lock::Mode::shared);
-  return read_changes(package);
+  const Lock lock(folders_, Lock::Mode::shared);
+  return read(package).changes;
 }
 
-void Store::append(const std::string &package, const std::vector<Change> &changes) const {
-  if (changes.empty()) return;
-  std::string text;
-  for (const Change &change : changes) text += format(change);
+void Store::append(const std::string &package, const Change &change) const {
   const File file(open(change_file(package).c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600));
   if (!file) throw io_error();
-  file.write(text);
+  file.write(format(change, package));
 }
 
-void Store::commit(const std::string &package) {
-  const Lock lock(folders_.changes, Lock::Mode::exclusive);
-  const Package current = read(package);
-  if (read_changes(package).empty()) return;
-  replace_file(folders_.configuration + "/" + package, format(current));
-  unlink(change_file(package).c_str());
+void Store::commit(const std::string &package) const {
+  const Lock lock(folders_, Lock::Mode::exclusive);
+  const Contents current = read(package);
+  if (current.applied == 0) return;
+  replace_file(folders_.configuration + "/" + package, format(current.package));
+  // The file stays and is emptied.
+  if (truncate(change_file(package).c_str(), 0) != 0 && errno != ENOENT) throw io_error();
 }
 
-void Store::revert(const std::string &package, std::string_view section, std::string_view option) {
-  const Lock lock(folders_.changes, Lock::Mode::exclusive);
+void Store::revert(const std::string &package, const std::optional<std::string> &section,
+                   const std::optional<std::string> &option) const {
+  const Lock lock(folders_, Lock::Mode::exclusive);
   const auto text = read_file(change_file(package));
   if (!text) return;
   std::string kept;
-  for (const Change &change : parse_changes(*text)) {
-    const bool dropped = section.empty() || (change.section == section && (option.empty() || change.option == option));
-    if (!dropped) kept += format(change);
+  for (const Change &change : parse_changes(*text, package, Faulty::refused)) {
+    const bool dropped = !section || (change.section == *section && (!option || change.option == option));
+    if (!dropped) kept += format(change, package);
   }
-  if (kept.empty()) {
-    unlink(change_file(package).c_str());
-  } else {
-    replace_file(change_file(package), kept);
-  }
+  replace_file(change_file(package), kept);
 }
 
 }  // namespace uci

@@ -2,37 +2,60 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "uci/model.hpp"
 
 namespace uci {
 
-/// Splits the text of a configuration file into statements, each a list of words.
+/// Reads a configuration file line by line, and the words of each line.
 ///
 /// Words are separated by blanks and may be quoted in part: nothing is special between single quotes, a backslash takes
-/// the next character as it is between double quotes and outside quotes. Quoted text may span lines. A backslash at the
-/// end of a line continues it. "#" starts a comment, ";" ends a statement.
-class StatementReader {
+/// the next character as it is between double quotes and outside quotes. A backslash at the end of a line continues it.
+/// "#" starts a comment, ";" ends a statement. In the newer command quoted text may span lines.
+///
+/// The words are put together in place, in a buffer that grows as the command's own does: where a fault is reported,
+/// and what little is made of some, follows from that.
+class LineWords {
  public:
-  explicit StatementReader(std::string_view text) : text_(text) {}
+  explicit LineWords(std::string_view text) : text_(text), buffer_(capacity_, '\0') {}
 
-  /// The next statement; an empty list at the end. @throws Error for an unterminated quotation
-  std::vector<std::string> next();
-  /// The failure of the statement that was read last.
-  [[nodiscard]] Error error(std::string_view reason) const;
+  [[nodiscard]] bool at_end() const { return text_.empty(); }
+  void next_line();
+  /// The next line of a file of changes, as one word.
+  std::string next_change();
+  /// The statement's first word; empty at the line's end or at a comment. Then come its arguments.
+  std::string next_command();
+  /// Moves behind the command's word. @throws Error when there is nothing to move to
+  void begin_arguments(const char *missing);
+  /// @throws Error when a word that is required is missing, or is no name and must be one
+  std::string next_word(bool required, bool name);
+  void expect_end();
+
+  /// The failure of the line that was read last; it stands where the last word was begun, or where reading has got to.
+  [[nodiscard]] Error error(const std::string &reason) const { return error(reason, position_); }
+  [[nodiscard]] Error error_at_word(const std::string &reason) const {
+    return error(reason, newer ? position_ : word_);
+  }
 
  private:
-  [[nodiscard]] bool at_end() const { return position_ == text_.size(); }
-  char take();
-  void skip_comment();
-  std::string take_word();
-  void take_quoted(char quote, std::string &word);
+  [[nodiscard]] Error error(const std::string &reason, size_t position) const;
+  char &at(size_t position);
+  char &current() { return at(position_); }
+  void read(size_t offset);
+  void skip_blanks();
+  bool take_backslash();
+  void take(size_t &target);
+  void take_quoted(char quote, size_t &target);
+  void take_word(size_t target);
 
   std::string_view text_;
+  size_t capacity_ = 32;
+  std::string buffer_;
+  size_t filled_ = 0;
   size_t position_ = 0;
-  size_t line_start_ = 0;
-  unsigned line_ = 1;
+  size_t word_ = 0;
+  size_t command_end_ = 0;
+  unsigned line_ = 0;
 };
 
 /// Reads a configuration file's text into `package`. @throws Error naming the line of the first fault

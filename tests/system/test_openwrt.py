@@ -99,7 +99,7 @@ def test_the_defaults_let_a_fresh_system_be_managed(device: Device) -> None:
     agent = device.start_agent()
     agent.set("17.2.0", "s", "readers")
     agent.set("2.1.0", "s", "lobby")
-    assert device.uci("show snmpd.main.v2read") == "snmpd.main.v2read=readers\n"
+    assert device.uci("get snmpd.main.v2read") == "readers\n"
     assert device.uci("get snmpd.@system[0].sysName") == "fresh\n"
 
 
