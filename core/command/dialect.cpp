@@ -12,15 +12,19 @@ constexpr const char *show = "uci show";
 
 std::atomic<UciDialect> found = UciDialect::plain;
 
+bool is_told(const char *dialect) {
+  const char *told = getenv("ZOLARC_UCI");
+  return told != nullptr && strcmp(told, dialect) == 0;
+}
+
 }  // namespace
 
 UciDialect uci_dialect() {
-  if (const char *told = getenv("ZOLARC_UCI")) {
-    if (strcmp(told, "plain") == 0) return UciDialect::plain;
-    if (strcmp(told, "quoted") == 0) return UciDialect::quoted;
-  }
-  return found;
+  if (uci_is_told_plain()) return UciDialect::plain;
+  return is_told("quoted") ? UciDialect::quoted : found.load();
 }
+
+bool uci_is_told_plain() { return is_told("plain"); }
 
 void set_uci_dialect(UciDialect dialect) { found = dialect; }
 

@@ -15,6 +15,9 @@ enum class UciDialect { plain, quoted };
 
 UciDialect uci_dialect();
 
+/// Whether the environment says that it is the plain one.
+bool uci_is_told_plain();
+
 /// Notes what has been found out. The environment goes before it.
 void set_uci_dialect(UciDialect dialect);
 

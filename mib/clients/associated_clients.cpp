@@ -96,7 +96,7 @@ constexpr Column columns[] = {
 
 /// Every other module registers below the enterprise number that is read here: this one is always the first.
 void prepare() {
-  get_snmp_enterprise_oid(&snmp_enterprise_oid);
+  zol::learn_enterprise();
   // The name is stored again where the agent and the value store look for it.
   char name[33] = "";
   get_ap_name(name);

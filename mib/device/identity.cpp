@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "core/command.hpp"
+#include "core/enterprise.hpp"
 #include "core/scalar.hpp"
 #include "core/value_store.hpp"
 
@@ -44,7 +45,7 @@ int get_ap_name(char *name) {
 int set_ap_name(const char *name) {
   snmp_write2file(host_name_key, name);
   shell("uci set system.@system[0].hostname=\"%s\";uci commit system", name);
-  shell("uci set snmpd.cfg10e48a.sysName=\"%s\";uci commit snmpd", name);
+  shell("uci set snmpd.%s.sysName=\"%s\";uci commit snmpd", agent_section(), name);
   return 0;
 }
 
