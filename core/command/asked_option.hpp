@@ -11,6 +11,9 @@ namespace zol {
 /// them about other options and sections is no answer.
 class AskedOption {
  public:
+  /// None: every line may be an answer.
+  AskedOption() = default;
+
   /// Takes the question from a command text, which must stay as long as this.
   explicit AskedOption(const char *command);
 

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/command/kept.hpp"
+
 namespace zol {
 
 namespace {
@@ -26,9 +28,12 @@ UciDialect uci_dialect() {
 
 bool uci_is_told_plain() { return is_told("plain"); }
 
-void set_uci_dialect(UciDialect dialect) { found = dialect; }
+void set_uci_dialect(UciDialect dialect) {
+  // What has been kept was read in the other one.
+  if (found.exchange(dialect) != dialect) kept::forget();
+}
 
-Unquoter::Unquoter(const char *command) : state_(State::idle) {
+Unquoter::Unquoter(const char *command) {
   if (uci_dialect() == UciDialect::plain || strncmp(command, show, strlen(show)) != 0) return;
   state_ = State::name;
   filtered_ = strchr(command, '|') != nullptr;

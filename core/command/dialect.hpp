@@ -26,12 +26,12 @@ void set_uci_dialect(UciDialect dialect);
 /// that tell a section's type, passes as it is.
 class Unquoter {
  public:
+  /// One that has nothing to do.
+  Unquoter() = default;
+
   /// Makes one for the output of a command line, which has nothing to do unless that begins with `uci show`, and the
   /// device's is quoted.
   explicit Unquoter(const char *command);
-
-  /// Whether there is anything to do.
-  explicit operator bool() const { return state_ != State::idle; }
 
   /// Brings the next `count` bytes of the output to the plain form, in place. @return how many they are then
   size_t apply(char *bytes, size_t count);
@@ -50,7 +50,7 @@ class Unquoter {
   /// What becomes of a byte, if anything is left of it.
   std::optional<char> step(char byte);
 
-  State state_;
+  State state_ = State::idle;
   /// A value may hold newlines. They become blanks, but behind a filter, where its lines are torn apart.
   bool filtered_ = false;
 };

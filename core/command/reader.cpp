@@ -39,6 +39,8 @@ void LineReader::start(const Limits &limits, const char *format, va_list argumen
   line_[0] = '\0';
   command_.append(format, arguments);
   if (!command_.complete()) return;
+  unquoter_ = Unquoter(command_.text());
+  asked_ = AskedOption(command_.text());
   if (reuse_is_on()) {
     const kept::Sources sources(command_.text());
     if (sources.any()) {
@@ -128,7 +130,7 @@ bool LineReader::read_block() {
   }
   left_ -= static_cast<size_t>(count);
   cursor_ = block_.data();
-  end_ = cursor_ + count;
+  end_ = cursor_ + unquoter_.apply(block_.data(), static_cast<size_t>(count));
   return true;
 }
 
@@ -163,6 +165,16 @@ int LineReader::finish() {
 }
 
 bool LineReader::read() {
+  do {
+    if (!read_piece()) return false;
+    if (!in_line_) passes_over_ = asked_.is_other(line_);
+    in_line_ = strchr(line_, '\n') == nullptr;
+  } while (passes_over_);
+  return true;
+}
+
+/// The next line, or as much of it as the buffer takes.
+bool LineReader::read_piece() {
   size_t length = 0;
   const char *newline = nullptr;
   while (newline == nullptr && length + 1 < size_ && has_more()) {

@@ -7,7 +7,9 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "core/command/asked_option.hpp"
 #include "core/command/deadline.hpp"
+#include "core/command/dialect.hpp"
 #include "core/command/kept.hpp"
 #include "core/command/process.hpp"
 #include "core/command/text.hpp"
@@ -23,6 +25,8 @@ struct Limits {
 };
 
 /// Reads what a command prints, line by line: the part of `CommandOutput` that does not depend on its line length.
+/// What a `uci show` prints in quotes is read without them (dialect.hpp), and lines that are no answer to a question about
+/// one option are passed over (asked_option.hpp).
 class LineReader {
  public:
   LineReader(const LineReader &) = delete;
@@ -33,6 +37,9 @@ class LineReader {
 
   /// Whether the command missed its deadline, or was not started because others have: nothing of it counts.
   [[nodiscard]] bool late() const { return late_; }
+
+  /// From now on no line is passed over.
+  void keep_other_options() { asked_ = AskedOption(); }
 
   /// Reads the next line and drops its last character; false at the end of the output.
   bool next();
@@ -64,6 +71,7 @@ class LineReader {
 
  private:
   bool read();
+  bool read_piece();
   void run(const Limits &limits);
   void run_and_keep(const Limits &limits, const kept::Sources &sources);
   bool has_more();
@@ -80,6 +88,11 @@ class LineReader {
   int status_ = -1;
 
   CommandText command_;
+  Unquoter unquoter_;
+  AskedOption asked_;
+  /// Whether a line has been begun, and whether it is passed over.
+  bool in_line_ = false;
+  bool passes_over_ = false;
   process::Child child_;
   Deadline deadline_{0};
   int64_t started_at_ = 0;

@@ -23,7 +23,7 @@ constexpr size_t shortest_line = 6;
 
 /// @syntax ZolarcText (SIZE (0..32))
 /// The host name (system.@system[0].hostname), which is also the sysName that the agent starts with
-/// (snmpd.cfg10e48a.sysName).
+/// (snmpd.cfg10e48a.sysName; snmpd.@system[0].sysName with a uci that prints values in quotes).
 ZOL_TEXT(ap_name, name_size, .oid = {2, 1}, .accepts = range(1, 32));
 
 int get_ap_name(char *name) {
@@ -45,7 +45,7 @@ int get_ap_name(char *name) {
 int set_ap_name(const char *name) {
   snmp_write2file(host_name_key, name);
   shell("uci set system.@system[0].hostname=\"%s\";uci commit system", name);
-  shell("uci set snmpd.%s.sysName=\"%s\";uci commit snmpd", agent_section(), name);
+  shell("uci set snmpd.%-s.sysName=\"%s\";uci commit snmpd", agent_section(), name);
   return 0;
 }
 

@@ -1,5 +1,7 @@
 // The keys of the selected network, and its RADIUS servers for authentication and accounting.
 
+#include <utility>
+
 #include "core/option.hpp"
 #include "core/scalar.hpp"
 #include "mib/security/security.hpp"
@@ -93,9 +95,12 @@ ZOL_INTEGER(security_keyslot, .oid = {6, 3}, .accepts = range(1, 4), .initial = 
 
 int get_security_keyslot(int32_t *slot) {
   static constexpr Option key = OPTION("key");
-  // Without the option the slot stays what it was.
-  return take_first(
-      show(key), [=](const Value &value) { *slot = value.in_line_with(key.marker) ? value.number().value_or(0) : 1; });
+  auto output = show(key);
+  // A line about another option says that the slot is the first; without any line it stays what it was.
+  output.keep_other_options();
+  return take_first(std::move(output), [=](const Value &value) {
+    *slot = value.in_line_with(key.marker) ? value.number().value_or(0) : 1;
+  });
 }
 
 int set_security_keyslot(int32_t slot) { return store_number(name_of(OPTION("key")), slot); }
