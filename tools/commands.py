@@ -107,8 +107,9 @@ def row(host: Host, item: Object) -> str:
 
 
 def render(objects: list[Object], build: Path) -> str:
-    with (tempfile.TemporaryDirectory() as folder, Device.create(Path(folder, "one"), build) as device,
-          Device.create(Path(folder, "two"), build) as sampled):
+    # The list names the agent's section as the older uci does.
+    with (tempfile.TemporaryDirectory() as folder, Device.create(Path(folder, "one"), build, "2014") as device,
+          Device.create(Path(folder, "two"), build, "2014") as sampled):
         host, sampling = Host(device), SamplingHost(sampled)
         return INTRODUCTION + "".join(row(sampling if item.place.startswith(CLIENTS) else host, item)
                                       for item in objects if item.oid[0] == 1)

@@ -92,8 +92,12 @@ bool write_uci(Place place, int radio, const char *text) {
   if (place == Place::snmp_switch && !switch_snmp_script(text)) return false;
   if (place == Place::host_name && snmp_write2file(host_name_key, text) != 0) return false;
   const char *value = option.yes == nullptr ? text : strcmp(text, "y") == 0 ? option.yes : option.no;
-  if (!write_option(name_of(option, radio).data(), value)) return false;
-  return place != Place::host_name || write_option("snmpd.cfg10e48a.sysName", text);
+  const auto name = name_of(option, radio);
+  if (!write_option(name.data(), value)) return false;
+  if (place != Place::host_name) return true;
+  Text written;
+  read_option(name.data(), written);
+  return write_option(prints_quotes() ? "snmpd.@system[0].sysName" : "snmpd.cfg10e48a.sysName", text);
 }
 
 bool read_switch(Text &text) {

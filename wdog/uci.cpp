@@ -25,9 +25,12 @@ const char *find_line(const char *output, const char *last_word, size_t &length)
   return nullptr;
 }
 
+bool quotes_printed = false;
+
 /// Later releases of uci put values between quotes.
 void set_unquoted(Text &value, const char *text, size_t length) {
-  if (length < 2 || text[0] != '\'' || text[length - 1] != '\'') {
+  quotes_printed = length >= 2 && text[0] == '\'' && text[length - 1] == '\'';
+  if (!quotes_printed) {
     value.set(text, length);
     return;
   }
@@ -54,6 +57,8 @@ bool read_option(const char *option, Text &value) {
   set_unquoted(value, found, length);
   return true;
 }
+
+bool prints_quotes() { return quotes_printed; }
 
 int count_radios() {
   constexpr const char *words[] = {"uci", "show", "wireless", nullptr};

@@ -25,8 +25,8 @@ struct Limits {
 };
 
 /// Reads what a command prints, line by line: the part of `CommandOutput` that does not depend on its line length.
-/// What a `uci show` prints in quotes is read without them (dialect.hpp), and lines that are no answer to a question about
-/// one option are passed over (asked_option.hpp).
+/// What a `uci show` prints in quotes is read without them (dialect.hpp), and lines that are no answer to a question
+/// about one option are passed over (asked_option.hpp).
 class LineReader {
  public:
   LineReader(const LineReader &) = delete;

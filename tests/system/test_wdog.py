@@ -134,10 +134,11 @@ def test_the_menu_on_a_terminal(device: Device) -> None:
                   "2. wifi0 channel: 11\n3. wifi1 switch (y, n): n\n4. wifi1 channel: auto\n", "2. read community: *\n",
                   "\nsaved\n"):
         assert shown in text, text
+    section = "@system[0]" if device.uci_year == 2025 else "cfg10e48a"
     assert [call for call in device.calls("uci") if call[1] != "show"] == [
         ["uci", *words] for words in (
             ["set", "system.@system[0].hostname=ap's \"quay\" $HOME"], ["commit", "system"],
-            ["set", "snmpd.cfg10e48a.sysName=ap's \"quay\" $HOME"], ["commit", "snmpd"],
+            ["set", f"snmpd.{section}.sysName=ap's \"quay\" $HOME"], ["commit", "snmpd"],
             ["set", "network.lan.ipaddr=10.1.1.1"], ["commit", "network"],
             ["set", "wireless.wifi0.channel=11"], ["commit", "wireless"],
             ["set", "wireless.wifi1.disabled=1"], ["commit", "wireless"],

@@ -64,7 +64,8 @@ TEST_F(Dialect, Unquotes) {
       {"iwinfo ath0 info", "ESSID='x'\n", "ESSID='x'\n"},
   };
   for (const Case &each : cases) {
-    for (const size_t piece : {1U, 2U, 7U, 4096U}) EXPECT_EQ(plain(each.command, each.printed, piece), each.read) << piece;
+    for (const size_t piece : {1U, 2U, 7U, 4096U})
+      EXPECT_EQ(plain(each.command, each.printed, piece), each.read) << piece;
   }
 }
 
