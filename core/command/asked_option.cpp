@@ -73,12 +73,11 @@ bool AskedOption::is_other(const char *line) {
     in_dump_ = true;
     return true;
   }
-  if (section[length] != '.') return false;
+  if (!in_dump_ || section[length] != '.') return false;
   const char *option = section + length + 1;
   const size_t option_length = name_length(option);
   if (option_length == 0 || option[option_length] != '=') return false;
-  if (!option_.is(option, option_length)) return true;
-  return in_dump_ && !section_.is(section, length) && !is_made_up(section, length);
+  return !option_.is(option, option_length) || (!section_.is(section, length) && !is_made_up(section, length));
 }
 
 }  // namespace zol

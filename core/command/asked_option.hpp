@@ -17,8 +17,8 @@ class AskedOption {
   /// Takes the question from a command text, which must stay as long as this.
   explicit AskedOption(const char *command);
 
-  /// Whether a line, whose beginning is given, is about something else of the asked package: another option, a
-  /// section's head, or, behind such a head, the same option of another section. Any other line may be an answer, also
+  /// Whether a line, whose beginning is given, is about something else of the asked package: a section's head, or,
+  /// behind such a head, another option, or the same option of another section. Any other line may be an answer, also
   /// one that looks like nothing that `uci` prints. Lines are looked at in their order.
   bool is_other(const char *line);
 
