@@ -9,7 +9,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -18,7 +20,11 @@
 #include <vector>
 
 #include "core/clock.hpp"
+#include "core/command/counters.hpp"
+#include "core/command/late.hpp"
+#include "core/command/request.hpp"
 #include "core/enterprise.hpp"
+#include "core/switches.hpp"
 #include "tests/unit/scripted_shell.hpp"
 
 namespace {
@@ -190,6 +196,136 @@ TEST(LineReader, AnswersNothingWhenTheCommandCannotBeStarted) {
   }
   const std::string complaint = testing::internal::GetCapturedStderr();
   EXPECT_EQ(std::count(complaint.begin(), complaint.end(), '\n'), 1) << "one line, not a flood: " << complaint;
+}
+
+// What the engine does beyond the texts it is given, with real processes.
+
+/// Sets a switch for as long as it lives.
+class Switched {
+ public:
+  Switched(const char *name, int32_t value) : which_(&zol::switches()[0]) {
+    while (strcmp(which_->name, name) != 0) ++which_;
+    *which_->value = value;
+  }
+  Switched(const Switched &) = delete;
+  Switched &operator=(const Switched &) = delete;
+  ~Switched() { *which_->value = which_->initial; }
+
+ private:
+  const zol::Switch *which_;
+};
+
+std::string output_of(const std::string &command) {
+  zol::CommandOutput<4096> output("%-s", command.c_str());
+  std::string all;
+  while (output.next_without_newline()) all += output.line();
+  return all;
+}
+
+TEST(Start, AShellIsStartedOnlyForItsSyntax) {
+  struct Case {
+    const char *command;
+    const char *output;
+    uint32_t shells;
+  };
+  const Case cases[] = {
+      {"echo a-b_c.d/e:f@g=h,i+j%k[0]  l ", "a-b_c.d/e:f@g=h,i+j%k[0] l", 0},
+      {"echo 'a  b'", "a  b", 1},
+      {"echo a;echo b", "ab", 1},
+      {"echo a | cat", "a", 1},
+      {"echo $((1+2))", "3", 1},
+      {"X=y env", "", 1},
+      {"no-such-program-here a", "", 0},
+      {"no-such-program-here 'a'", "", 1},
+  };
+  for (const Case &expected : cases) {
+    SCOPED_TRACE(expected.command);
+    const uint32_t before = zol::command_counters.shells;
+    const std::string output = output_of(expected.command);
+    if (*expected.output != '\0') {
+      EXPECT_EQ(output, expected.output);
+    }
+    EXPECT_EQ(zol::command_counters.shells - before, expected.shells);
+  }
+}
+
+TEST(Start, TheAgentsSignalsStayWithTheAgent) {
+  signal(SIGPIPE, SIG_IGN);
+  EXPECT_EQ(output_of("grep SigIgn: /proc/self/status"), "SigIgn:\t0000000000000000");
+  EXPECT_EQ(output_of("yes | head -n 1"), "y");
+  signal(SIGPIPE, SIG_DFL);
+}
+
+/// How long `action` takes, in seconds.
+double seconds_of(const std::function<void()> &action) {
+  const uint64_t begin = zol::monotonic_ms();
+  action();
+  return static_cast<double>(zol::monotonic_ms() - begin) / 1000;
+}
+
+TEST(Deadline, ALateCommandIsEndedAndNotStartedAgain) {
+  zol::late::forget_all();
+  const Switched deadline("zolarcDeadline", 1);
+  const zol::Request request("anything");
+  const auto is_late = [](const char *command) {
+    zol::CommandOutput output("%-s", command);
+    return !output.next() && output.late();
+  };
+  EXPECT_GE(seconds_of([&] { EXPECT_TRUE(is_late("sleep 60.5")); }), 1);
+  EXPECT_TRUE(request.late());
+  const uint32_t started = zol::command_counters.started;
+  EXPECT_LT(seconds_of([&] { EXPECT_TRUE(is_late("sleep 60.5")); }), 0.5) << "the same text again";
+  EXPECT_EQ(zol::command_counters.started, started);
+  EXPECT_LT(seconds_of([&] {
+              for (int i = 0; i < 100; ++i) EXPECT_TRUE(is_late(("sleep 7" + std::to_string(i)).c_str()));
+            }),
+            3)
+      << "a hundred others of the same program";
+  EXPECT_EQ(output_of("echo healthy"), "healthy");
+  zol::late::forget_all();
+}
+
+TEST(Deadline, WhatWasPrintedCountsWhoeverLivesOn) {
+  EXPECT_LT(seconds_of([] { EXPECT_EQ(output_of("sleep 30 & echo left behind"), "left behind"); }), 5);
+  EXPECT_LT(seconds_of([] { EXPECT_EQ(output_of("echo closed; exec >&-; sleep 30"), "closed"); }), 5);
+  const std::string endless = output_of("yes");
+  EXPECT_GT(endless.size(), 100'000U);
+  EXPECT_LE(endless.size(), 262'144U);
+}
+
+TEST(Guard, ATextArrivesAsItIsWhateverStandsAroundIt) {
+  const Switched guard("zolarcGuard", 1);
+  const std::string payloads[] = {"p$ss \"w'rd", "`touch x`", "$(touch x)", "a;touch x", "a&b|c>d<e", "*?[a]",
+                                  "~root",       "-n",        "\\\\'",      "!#{}()",    "",          " two  blanks ",
+                                  "\xc3\xa9"};
+  for (const std::string &payload : payloads) {
+    SCOPED_TRACE(payload);
+    const char *text = payload.c_str();
+    const auto first_line = [](zol::LineReader &&output) {
+      return output.next_without_newline() ? std::string(output.line()) : std::string();
+    };
+    EXPECT_EQ(first_line(zol::CommandOutput("printf '[%%s]' '%s'", text)), "[" + payload + "]");
+    EXPECT_EQ(first_line(zol::CommandOutput("printf \"[%%s]\" \"%s\"", text)), "[" + payload + "]");
+    EXPECT_EQ(first_line(zol::CommandOutput("printf '[%%s]' =%s", text)), "[=" + payload + "]");
+    EXPECT_EQ(first_line(zol::CommandOutput("printf '[%%s]' \"it's \\\"\"%s", text)), "[it's \"" + payload + "]");
+  }
+}
+
+TEST(Guard, AnOrdinaryTextGivesTheUsualCommandAndTheLibrarysOwnIsLeftAlone) {
+  for (const int on : {0, 1}) {
+    const Switched guard("zolarcGuard", on);
+    ScriptedShell shell;
+    zol::shell("uci set %-s=%s;x \"%s\" '%s' %%%c %d %.*s", "a.@b[0].c", "v_1./:@=,+%-", "two words", "it", 'c', -1, 2,
+               "abc");
+    EXPECT_EQ(shell.commands(),
+              std::vector<std::string>{"uci set a.@b[0].c=v_1./:@=,+%-;x \"two words\" 'it' %c -1 ab"});
+  }
+}
+
+TEST_F(Runners, AGuardedTextStaysOneWord) {
+  const Switched guard("zolarcGuard", 1);
+  EXPECT_EQ(run_script("%-s a %s c", tell().c_str(), "b ' $x"), 0);
+  EXPECT_EQ(heard(), "[" + tell() + "]\n[a]\n[b ' $x]\n[c]\n");
 }
 
 TEST(CommandLine, GrowsWithoutABound) {
