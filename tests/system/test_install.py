@@ -18,6 +18,7 @@ FILES = {
     LIBRARY,
     "etc/autoreboot_by_hour",
     "etc/autoreboot_by_time",
+    "etc/snmp/zolarcd.conf",
     "lib/systemd/system/wdog.service",
     "lib/systemd/system/zolarcd.service",
     "sbin/wdog",

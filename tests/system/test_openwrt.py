@@ -93,7 +93,7 @@ def test_the_defaults_let_a_fresh_system_be_managed(device: Device) -> None:
     once = configurations(device)
     apply_defaults(device)
     assert configurations(device) == once
-    line = "dlmod netsnmpzolarc /usr/lib/libnetsnmpzolarc.so.15\n"
+    line = "dlmod netsnmpzolarc /usr/lib/libnetsnmpzolarc.so.15\nzolarcGuard yes\nzolarcReuse yes\n"
     assert device.read("/etc/snmp/snmpd.local.conf") == line
 
     agent = device.start_agent()
@@ -135,7 +135,7 @@ def start_service(device: Device, *settings: str) -> tuple[int, list[str]]:
 @pytest.mark.parametrize("settings, status, command", [
     ([], 0, None),
     (["enabled=1", "mode=slave"], 1, None),
-    (["enabled=1", "mode=agentx"], 0, "--agentx|/var/run/agentx.sock"),
+    (["enabled=1", "mode=agentx"], 0, "--agentx|/var/run/agentx.sock|--config|/var/run/zolarcd.conf"),
     (["enabled=1", "mode=agentx", "config=/etc/my.conf"], 0,
      "--agentx|/var/run/agentx.sock|--config|/etc/my.conf"),
     (["enabled=1", "address=udp:1161"], 0, "--address|udp:1161|--config|/var/run/zolarcd.conf"),
