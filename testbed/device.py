@@ -317,7 +317,7 @@ class Device:
 
 def _install_scripts(folder: Path) -> None:
     """The scripts that objects run, as they are packaged but for the journal."""
-    for script in (_HERE.parent / "packaging/etc").iterdir():
+    for script in (_HERE.parent / "packaging/etc").glob("autoreboot_*"):
         installed = folder / script.name
         installed.write_text(script.read_text().replace("\n", '\njournal "$0" "$@"\n', 1))
         installed.chmod(0o755)

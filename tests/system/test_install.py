@@ -91,7 +91,7 @@ def test_debian_package(tmp_path: Path, build_dir: Path) -> None:
                        "zolarcd.8": "zolarcd.8.gz"}
     expected = {"usr/share/doc/zolarc/changelog.gz"}
     for folder, _, name in (file.rpartition("/") for file in FILES):
-        place = folder if folder == "etc" else f"usr/{folder}"
+        place = folder if folder.split("/")[0] == "etc" else f"usr/{folder}"
         expected.add(f"{place}/{as_debian_wants.get(name, name)}")
     assert files_below(tmp_path / "root") == expected
     assert f"/usr/{LIBRARY}" in (tmp_path / "root/usr/share/doc/zolarc/snmpd.conf.sample").read_text()
