@@ -19,7 +19,9 @@
 #include "core/clock.hpp"
 #include "core/lock.hpp"
 #include "core/net_snmp.hpp"
+#include "core/switches.hpp"
 #include "mib/clients/clients.hpp"
+#include "mib/stations/stations.hpp"
 
 namespace {
 
@@ -31,7 +33,19 @@ struct Worker {
   std::atomic<State> state = State::idle;
 };
 
-constinit Worker workers[] = {{zol_realtime_thread_1}, {zol_realtime_thread_2}, {zol_realtime_thread_3}};
+/// Collects every station for the table beside the tree: a loop as those of the tasks.
+void *collect_regularly(void *) {
+  constexpr int32_t tick = 300;
+  while (std::atomic_ref(thread_stopped).load() == 0) {
+    msleep(tick);
+    if (!zol::agent_runs()) break;
+    if (zol::extensions_are_on() && zol::collection_is_due(zol::collect_seconds())) zol::collect_stations();
+  }
+  return nullptr;
+}
+
+constinit Worker workers[] = {
+    {zol_realtime_thread_1}, {zol_realtime_thread_2}, {zol_realtime_thread_3}, {collect_regularly}};
 
 void *run(void *argument) {
   auto &worker = *static_cast<Worker *>(argument);
@@ -122,6 +136,7 @@ bool start() {
 void on_alarm(unsigned, void *) {
   if (!started) started = start();
   send_waiting_traps();
+  zol::take_over_collection();
   zol::log_waiting_lines();
 }
 
@@ -154,6 +169,7 @@ void zol::stop_sampling() {
   if (all_ended) {
     abandon_collections(false);
     send_traps_with(nullptr);
+    forget_collections();
   }
   releaseList();
   log_waiting_lines();

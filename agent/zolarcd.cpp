@@ -168,8 +168,24 @@ constexpr int answer_seconds = 60;
 
 bool connected = false;
 
+/// The tree, or what stands beside it.
 struct Root {
-  oid arcs[9] = {1, 3, 6, 1, 4, 1, static_cast<oid>(snmp_enterprise_oid), 8, 1};
+  explicit Root(oid last) : arcs{1, 3, 6, 1, 4, 1, static_cast<oid>(snmp_enterprise_oid), 8, last} {}
+
+  oid arcs[9];
+
+  /// Marks its rows as known to the master agent. Whether there are any.
+  bool claim() {
+    bool any = false;
+    for (netsnmp_subtree *first = netsnmp_subtree_find_first(""); first != nullptr; first = first->next) {
+      for (netsnmp_subtree *node = first; node != nullptr; node = node->children) {
+        if (netsnmp_oid_is_subtree(arcs, std::size(arcs), node->name_a, node->namelen) != 0) continue;
+        node->flags |= SUBTREE_ATTACHED;
+        any = true;
+      }
+    }
+    return any;
+  }
 
   /// Registers the whole subtree with the master agent, or takes it back.
   void announce(int callback) {
@@ -182,18 +198,14 @@ struct Root {
   }
 };
 
-/// Has the master agent know the whole subtree in place of its two thousand rows. It would ask for one row after the
-/// other, and a GETNEXT that meets an empty row runs the commands of all the rows behind it.
-int claim_subtree(int, int, void *, void *) {
-  Root root;
-  for (netsnmp_subtree *first = netsnmp_subtree_find_first(""); first != nullptr; first = first->next) {
-    for (netsnmp_subtree *node = first; node != nullptr; node = node->children) {
-      if (netsnmp_oid_is_subtree(root.arcs, std::size(root.arcs), node->name_a, node->namelen) == 0) {
-        node->flags |= SUBTREE_ATTACHED;
-      }
-    }
+constexpr oid roots[] = {1, 2};
+
+/// Has the master agent know each whole subtree in place of its rows, of which the tree has two thousand. It would ask
+/// for one row after the other, and a GETNEXT that meets an empty row runs the commands of all the rows behind it.
+int claim_subtrees(int, int, void *, void *) {
+  for (const oid last : roots) {
+    if (Root root(last); root.claim()) root.announce(SNMPD_CALLBACK_REGISTER_OID);
   }
-  root.announce(SNMPD_CALLBACK_REGISTER_OID);
   connected = true;
   return SNMPERR_SUCCESS;
 }
@@ -258,7 +270,7 @@ bool start_master(const Options &options) {
 void start_subagent(const Options &options) {
   netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL, ping_interval);
   netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_TIMEOUT, answer_seconds * 1'000'000);
-  snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START, claim_subtree, nullptr);
+  snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START, claim_subtrees, nullptr);
   init_netsnmpzolarc();
   init_snmp(options.application());
   if (!connected) snmp_log(LOG_WARNING, "%s: no master agent answers on %s: trying on\n", program, options.agentx);
@@ -319,7 +331,9 @@ void finish_requests() {
 
 void stop(const Options &options) {
   // First of all, so that the master agent asks for nothing that is on its way out.
-  if (connected) Root().announce(SNMPD_CALLBACK_UNREGISTER_OID);
+  for (const oid last : roots) {
+    if (Root root(last); connected && root.claim()) root.announce(SNMPD_CALLBACK_UNREGISTER_OID);
+  }
   deinit_netsnmpzolarc();
   snmp_shutdown(options.application());
   shutdown_agent();

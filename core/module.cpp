@@ -28,15 +28,16 @@ std::span<Entry> between(Entry *start, Entry *end) {
 
 std::span<const Module *const> modules() { return between(start_of_modules, end_of_modules); }
 
-FullOid full_oid(int32_t enterprise, const Arcs &arcs) {
-  FullOid full{{1, 3, 6, 1, 4, 1, static_cast<oid>(static_cast<uint32_t>(enterprise)), 8, 1}, 9};
+FullOid full_oid(int32_t enterprise, const Arcs &arcs, Tree tree) {
+  FullOid full{{1, 3, 6, 1, 4, 1, static_cast<oid>(static_cast<uint32_t>(enterprise)), 8, static_cast<oid>(tree)}, 9};
   for (size_t i = 0; i < arcs.count; ++i) full.arc[full.length++] = arcs.arc[i];
   return full;
 }
 
-void Registration::add_rows(const char *module, variable *rows, size_t row_size, size_t count, const Arcs &prefix) {
+void Registration::add_rows(const char *module, variable *rows, size_t row_size, size_t count, const Arcs &prefix,
+                            Tree tree) {
   remove_rows();
-  FullOid full = full_oid(snmp_enterprise_oid, prefix);
+  FullOid full = full_oid(snmp_enterprise_oid, prefix, tree);
   if (register_mib(module, rows, row_size, count, full.arc.data(), full.length) != MIB_REGISTERED_OK) {
     log_line("%s: the agent refused the registration", module);
   }
@@ -44,6 +45,7 @@ void Registration::add_rows(const char *module, variable *rows, size_t row_size,
   row_size_ = row_size;
   count_ = count;
   prefix_ = prefix;
+  tree_ = tree;
   enterprise_ = snmp_enterprise_oid;
 }
 
@@ -54,7 +56,7 @@ void Registration::remove_rows() {
 
 void Registration::unregister(size_t index) const {
   const auto *row = reinterpret_cast<const variable *>(reinterpret_cast<const char *>(rows_) + index * row_size_);
-  FullOid full = full_oid(enterprise_, prefix_);
+  FullOid full = full_oid(enterprise_, prefix_, tree_);
   for (size_t i = 0; i < row->namelen; ++i) full.arc[full.length++] = row->name[i];
   unregister_mib(full.arc.data(), full.length);
 }

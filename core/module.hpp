@@ -64,7 +64,7 @@ struct ObjectInfo {
   Access access;
   Accepts accepts;
   /// How many rows a table's column can have; 0 for a scalar.
-  uint8_t rows;
+  uint16_t rows;
   /// What `oid` counts from.
   Tree tree = Tree::products;
 };
@@ -87,7 +87,8 @@ class Registration {
  public:
   /// Registers `count` rows of `row_size` bytes below the root and `prefix`, under the module's name. The enterprise
   /// arc is the one known now. A module that is registered already gives its old rows back first.
-  void add_rows(const char *module, variable *rows, size_t row_size, size_t count, const Arcs &prefix = Arcs{});
+  void add_rows(const char *module, variable *rows, size_t row_size, size_t count, const Arcs &prefix = Arcs{},
+                Tree tree = Tree::products);
   void remove_rows();
 
  private:
@@ -97,6 +98,7 @@ class Registration {
   size_t row_size_ = 0;
   size_t count_ = 0;
   Arcs prefix_{};
+  Tree tree_ = Tree::products;
   int32_t enterprise_ = 0;
 };
 
@@ -106,8 +108,8 @@ struct FullOid {
   size_t length = 0;
 };
 
-/// The root with `enterprise` as its seventh arc, followed by `arcs`.
-FullOid full_oid(int32_t enterprise, const Arcs &arcs);
+/// The root of `tree` with `enterprise` as its seventh arc, followed by `arcs`.
+FullOid full_oid(int32_t enterprise, const Arcs &arcs, Tree tree = Tree::products);
 
 /// Registers the snmpd.conf token `token` with the help text "<token> value".
 void add_token(const char *token, void (*parse)(const char *, char *), void (*release)());

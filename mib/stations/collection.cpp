@@ -3,6 +3,7 @@
 #include "core/clock.hpp"
 #include "core/command.hpp"
 #include "core/lock.hpp"
+#include "core/net_snmp.hpp"
 #include "mib/clients/clients.hpp"
 #include "mib/stations/printed.hpp"
 #include "mib/stations/stations.hpp"
@@ -24,6 +25,18 @@ bool any_began = false;
 
 constexpr size_t most_hooks = 4;
 void (*hooks[most_hooks])();
+
+uint64_t last_request = 0;
+int postponed = 0;
+/// How often a collection is left for the next call.
+constexpr int most_postponed = 4;
+
+/// Whether the master agent of this subagent may be about to ask for more of one and the same request.
+bool may_be_within_request() {
+  constexpr uint64_t pause = 300;
+  return netsnmp_ds_get_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE) != 0 &&
+         monotonic_ms() - last_request < pause;
+}
 
 /// The snapshot that neither thread needs.
 Snapshot &unused() {
@@ -146,10 +159,14 @@ bool zol::collection_is_due(int32_t period) {
   return !any_began || monotonic_ms() - last_began >= static_cast<uint64_t>(period) * 1000;
 }
 
+void zol::note_request() { last_request = monotonic_ms(); }
+
 bool zol::take_over_collection() {
   {
     const Lock lock(guard);
     if (ended == taken) return false;
+    if (may_be_within_request() && ++postponed < most_postponed) return false;
+    postponed = 0;
     taken = ended;
   }
   for (void (*hook)() : hooks) {

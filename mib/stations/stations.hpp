@@ -29,8 +29,11 @@ bool collect_stations();
 /// there was none.
 bool collection_is_due(int32_t period);
 
-/// Takes over a collection that has ended since the last call, if any. Whether there was one.
+/// Takes over a collection that has ended since the last call, if any. Whether there was one. A subagent waits some
+/// seconds for a pause between requests, since its master asks for a request's values one after the other.
 bool take_over_collection();
+/// The collection is being read for a request.
+void note_request();
 
 /// Forgets all collections: the next one is a first one again.
 void forget_collections();
