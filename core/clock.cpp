@@ -75,8 +75,8 @@ int msleep(int32_t milliseconds) {
   return 1;
 }
 
-uint64_t zol::monotonic_ms() {
+int64_t zol::monotonic_ms() {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint64_t>(now.tv_nsec) / 1'000'000;
+  return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
 }

@@ -25,6 +25,6 @@ ZOL_EXPORT int msleep(int32_t milliseconds);
 namespace zol {
 
 /// Milliseconds of a clock that nobody sets.
-uint64_t monotonic_ms();
+int64_t monotonic_ms();
 
 }  // namespace zol

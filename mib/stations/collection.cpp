@@ -20,20 +20,20 @@ constinit Snapshot snapshots[3];
 /// The agent's, the one that ended last (which may be the same); null before the first.
 const Snapshot *taken = nullptr;
 const Snapshot *ended = nullptr;
-uint64_t last_began = 0;
+int64_t last_began = 0;
 bool any_began = false;
 
 constexpr size_t most_hooks = 4;
 void (*hooks[most_hooks])();
 
-uint64_t last_request = 0;
+int64_t last_request = 0;
 int postponed = 0;
 /// How often a collection is left for the next call.
 constexpr int most_postponed = 4;
 
 /// Whether the master agent of this subagent may be about to ask for more of one and the same request.
 bool may_be_within_request() {
-  constexpr uint64_t pause = 300;
+  constexpr int64_t pause = 300;
   return netsnmp_ds_get_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE) != 0 &&
          monotonic_ms() - last_request < pause;
 }
@@ -85,7 +85,7 @@ void read_figures(Snapshot &snapshot, uint8_t interface) {
   each_line(CommandOutput<line_size>("iwinfo ath%d assoclist", interface),
             [&](const char *line) { associations.association(line); });
   StationOutput counters(snapshot, interface);
-  const uint64_t now = monotonic_ms();
+  const int64_t now = monotonic_ms();
   each_line(CommandOutput<line_size>("80211stats -i ath%d -a", interface),
             [&](const char *line) { counters.counters(line, now); });
 }
@@ -133,7 +133,7 @@ const Snapshot &former() {
   return ended != nullptr ? *ended : none;
 }
 
-void begin(uint64_t now) {
+void begin(int64_t now) {
   const Lock lock(guard);
   last_began = now;
   any_began = true;
@@ -142,7 +142,7 @@ void begin(uint64_t now) {
 }  // namespace
 
 bool zol::collect_stations() {
-  const uint64_t now = monotonic_ms();
+  const int64_t now = monotonic_ms();
   begin(now);
   Snapshot &snapshot = unused();
   snapshot.begin(now);
@@ -156,7 +156,7 @@ bool zol::collect_stations() {
 
 bool zol::collection_is_due(int32_t period) {
   const Lock lock(guard);
-  return !any_began || monotonic_ms() - last_began >= static_cast<uint64_t>(period) * 1000;
+  return !any_began || monotonic_ms() - last_began >= int64_t{period} * 1000;
 }
 
 void zol::note_request() { last_request = monotonic_ms(); }

@@ -102,7 +102,7 @@ void StationOutput::association(const char *line) {
   read_rate(*station_, text, "RX:", Figure::rx_rate, station_->rx_rate);
 }
 
-void StationOutput::counters(const char *line, uint64_t now) {
+void StationOutput::counters(const char *line, int64_t now) {
   static constexpr const char *names[zol::counters] = {"tx_bytes",   "rx_bytes",   "tx_data",       "rx_data",
                                                        "tx_retries", "tx_discard", "rx_decryptcrc", "rx_demicfail"};
   const char *text = advance(line);

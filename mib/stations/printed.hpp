@@ -23,7 +23,7 @@ class StationOutput {
   /// A line of "iwinfo ath<N> assoclist".
   void association(const char *line);
   /// A line of "80211stats -i ath<N> -a", read at a time of `monotonic_ms`.
-  void counters(const char *line, uint64_t now);
+  void counters(const char *line, int64_t now);
 
  private:
   /// Moves on to the station that `line` names; what follows its address, or the whole line when it names none.

@@ -6,7 +6,7 @@
 
 namespace zol {
 
-OctetCount OctetCount::following(const OctetCount &before, uint64_t now, uint64_t elapsed) {
+OctetCount OctetCount::following(const OctetCount &before, uint64_t now, int64_t elapsed) {
   constexpr uint64_t past_the_end = uint64_t{1} << 32U;
   OctetCount count{now, now, 0, true};
   if (!before.known) return count;
@@ -17,7 +17,8 @@ OctetCount OctetCount::following(const OctetCount &before, uint64_t now, uint64_
   // Octets in milliseconds are kilobytes in a second. More than a radio can carry is no figure to compute with.
   constexpr uint64_t most = UINT64_MAX / 8;
   if (elapsed > 0)
-    count.kbps = static_cast<uint32_t>(std::min<uint64_t>(std::min(more, most) * 8 / elapsed, UINT32_MAX));
+    count.kbps = static_cast<uint32_t>(
+        std::min<uint64_t>(std::min(more, most) * 8 / static_cast<uint64_t>(elapsed), UINT32_MAX));
   return count;
 }
 
@@ -26,7 +27,7 @@ void StationRecord::learn(Counter counter, uint64_t value) {
   printed[static_cast<size_t>(counter)] = value;
 }
 
-void Snapshot::begin(uint64_t now) {
+void Snapshot::begin(int64_t now) {
   count_ = 0;
   interfaces.fill({"", false, -1});
   began = now;
@@ -63,7 +64,7 @@ void Snapshot::sort() {
 namespace {
 
 /// A count that this collection did not print is remembered for the next one that does.
-OctetCount follow(const OctetCount &before, const StationRecord &station, Counter counter, uint64_t elapsed) {
+OctetCount follow(const OctetCount &before, const StationRecord &station, Counter counter, int64_t elapsed) {
   if (station.counts(counter)) return OctetCount::following(before, station.count(counter), elapsed);
   OctetCount kept = before;
   kept.kbps = 0;
@@ -78,7 +79,7 @@ void Snapshot::follow(const Snapshot &before) {
     const StationRecord *former = before.find(station.mac);
     if (former != nullptr && former->interface != station.interface) former = nullptr;
     const bool counted = station.counts(Counter::tx_bytes) || station.counts(Counter::rx_bytes);
-    const uint64_t elapsed = former != nullptr && counted ? station.counted_at - former->counted_at : 0;
+    const int64_t elapsed = former != nullptr && counted ? station.counted_at - former->counted_at : 0;
     station.tx = zol::follow(former != nullptr ? former->tx : nothing, station, Counter::tx_bytes, elapsed);
     station.rx = zol::follow(former != nullptr ? former->rx : nothing, station, Counter::rx_bytes, elapsed);
     if (former == nullptr) continue;

@@ -31,7 +31,7 @@ constexpr size_t counters = 8;
 struct OctetCount {
   /// Follows `now`, which the driver printed `elapsed` milliseconds after `before` was printed. A counter of 32 bits
   /// that has passed its end goes on; one that fell by less began anew.
-  static OctetCount following(const OctetCount &before, uint64_t now, uint64_t elapsed);
+  static OctetCount following(const OctetCount &before, uint64_t now, int64_t elapsed);
 
   uint64_t octets;
   /// As the driver printed it.
@@ -75,8 +75,8 @@ struct StationRecord {
   OctetCount rx;
   /// When the counters were printed, and when the station was first found on its interface: milliseconds of
   /// `monotonic_ms`.
-  uint64_t counted_at;
-  uint64_t found_at;
+  int64_t counted_at;
+  int64_t found_at;
 };
 
 /// A wireless interface as the configuration has it.
@@ -97,7 +97,7 @@ class Snapshot {
   Snapshot &operator=(const Snapshot &) = delete;
 
   /// Begins a collection, at a time of `monotonic_ms`.
-  void begin(uint64_t now);
+  void begin(int64_t now);
   /// Adds a station as it is listed. False when memory does not suffice.
   bool add(const Mac &mac, uint8_t interface);
   /// Puts the added stations in order. One that was listed on two interfaces is on the higher one.
@@ -115,7 +115,7 @@ class Snapshot {
   [[nodiscard]] StationRecord *find(const Mac &mac);
 
   std::array<InterfaceRecord, most_interfaces> interfaces{};
-  uint64_t began = 0;
+  int64_t began = 0;
   /// Milliseconds that the collection took.
   uint32_t duration = 0;
 

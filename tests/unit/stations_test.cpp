@@ -123,7 +123,9 @@ TEST(Octets, GoOnWhereACounterOf32BitsWraps) {
   const struct {
     const char *name;
     OctetCount before;
-    uint64_t now, elapsed, octets;
+    uint64_t now;
+    int64_t elapsed;
+    uint64_t octets;
     uint32_t kbps;
   } cases[] = {
       {"first", {}, 500, 0, 500, 0},
@@ -221,7 +223,7 @@ TEST_F(Collections, FollowEachOther) {
   counts(0, "0:b:6b:a:1:f:\n tx_bytes 4294967290 rx_bytes 7\n0:b:6b:a:1:10:\n tx_bytes 5\n");
   zol::collect_stations();
   EXPECT_TRUE(zol::take_over_collection());
-  const uint64_t found = zol::present_stations().find(mac)->found_at;
+  const int64_t found = zol::present_stations().find(mac)->found_at;
   // Two more end before the agent's thread looks again; one of them without figures.
   counts(0, "");
   zol::collect_stations();
