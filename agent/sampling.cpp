@@ -21,6 +21,7 @@
 #include "core/net_snmp.hpp"
 #include "core/switches.hpp"
 #include "mib/clients/clients.hpp"
+#include "mib/health/health.hpp"
 #include "mib/stations/stations.hpp"
 
 namespace {
@@ -39,7 +40,7 @@ void *collect_regularly(void *) {
   while (std::atomic_ref(thread_stopped).load() == 0) {
     msleep(tick);
     if (!zol::agent_runs()) break;
-    if (zol::extensions_are_on() && zol::collection_is_due(zol::collect_seconds())) zol::collect_stations();
+    if (zol::extensions_are_on() && zol::collection_is_due(zol::collect_seconds())) zol::make_collection();
   }
   return nullptr;
 }
@@ -83,6 +84,7 @@ size_t waiting = 0;
 pthread_t agent_thread;
 
 void queue_trap(int generic, int specific) {
+  if (!zol::announces_by_traps()) return;
   if (pthread_equal(pthread_self(), agent_thread) != 0) {
     send_easy_trap(generic, specific);
     return;
@@ -137,6 +139,7 @@ void on_alarm(unsigned, void *) {
   if (!started) started = start();
   send_waiting_traps();
   zol::take_over_collection();
+  zol::tend_notifications();
   zol::log_waiting_lines();
 }
 

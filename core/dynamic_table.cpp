@@ -8,6 +8,7 @@ namespace zol {
 
 void DynamicTable::init() {
   deinit();
+  if (spec_.prepare != nullptr) spec_.prepare();
   size_t count = 0;
   for (const DynamicColumn &column : columns_) {
     if (column.access == not_accessible) continue;

@@ -68,16 +68,19 @@ constexpr DynamicColumn text_column(uint8_t number, const char *name, std::optio
   return {name, {.octets = read}, number, ASN_OCTET_STR};
 }
 
-/// What is particular to a table, beside its columns. Its rows do not change while a request is served.
+/// What is particular to a table, beside its columns. Its rows do not change while a request is served. Without more
+/// than the first line it is a group of scalars: one row whose name is 0.
 struct DynamicSpec {
   /// The arcs of the table's entry below the extensions' root: the cells follow as column and index.
   Arcs entry;
   /// How many arcs name a row.
-  size_t index_length;
+  size_t index_length = 1;
   /// How many rows there are now.
-  size_t (*rows)();
+  size_t (*rows)() = [] { return size_t{1}; };
   /// Writes the arcs that name a row, which grow from row to row.
-  void (*index)(size_t row, oid *arcs);
+  void (*index)(size_t row, oid *arcs) = [](size_t, oid *arcs) { *arcs = 0; };
+  /// Runs before the objects register.
+  void (*prepare)() = nullptr;
 };
 
 class DynamicTable {
@@ -145,17 +148,13 @@ void remove_extensions();
 #define ZOL_DYNAMIC_TABLE(NAME, COLUMNS, ...) \
   ZOL_DYNAMIC_(NAME, COLUMNS, zol::unbounded_rows, (zol::DynamicSpec{__VA_ARGS__}))
 
-/// A group of scalars below `...`, the arcs of their parent. Their readers are asked for row 0.
-#define ZOL_SCALARS(NAME, COLUMNS, ...)                            \
-  ZOL_DYNAMIC_(NAME, COLUMNS, 0,                                   \
-               (zol::DynamicSpec{.entry = __VA_ARGS__,             \
-                                 .index_length = 1,                \
-                                 .rows = [] { return size_t{1}; }, \
-                                 .index = [](size_t, oid *arcs) { *arcs = 0; }}))
+/// A group of scalars, whose readers are asked for row 0; the further arguments are the fields of `zol::DynamicSpec`
+/// that are not about rows. `.entry` are the arcs of their parent.
+#define ZOL_SCALARS(NAME, COLUMNS, ...) ZOL_DYNAMIC_(NAME, COLUMNS, 0, (zol::DynamicSpec{__VA_ARGS__}))
 
 #define ZOL_DYNAMIC_(NAME, COLUMNS, ROWS, SPEC)                                                            \
   namespace {                                                                                              \
-  constexpr zol::DynamicSpec NAME##_spec SPEC;                                                             \
+  constexpr zol::DynamicSpec NAME##_spec = SPEC;                                                           \
   constexpr auto NAME##_info = zol::dynamic_info(NAME##_spec.entry, COLUMNS, ROWS);                        \
   constinit variable2 NAME##_records[std::size(COLUMNS)];                                                  \
   zol::FindMethod find_##NAME;                                                                             \

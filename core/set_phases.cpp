@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/set_counters.hpp"
+
 #include "core/command/request.hpp"
 
 namespace zol {
@@ -10,11 +12,17 @@ namespace zol {
 namespace {
 
 /// The phases of a SET in which anything happens.
-enum Phase : int { reserve1 = 0, action = 2, undo = 5 };
+enum Phase : int { reserve1 = 0, action = 2, commit = 3, undo = 5 };
+
+int counted(int refusal) {
+  if (refusal != SNMP_ERR_NOERROR) ++set_counters.refused;
+  return refusal;
+}
 
 template <class Check, class Apply, class Undo>
 int in_phase(int phase, Check check, Apply apply, Undo bring_back) {
-  if (phase == reserve1) return check();
+  if (phase == reserve1) return counted(check());
+  if (phase == commit) ++set_counters.set;
   if (phase == action) apply();
   if (phase == undo) bring_back();
   return SNMP_ERR_NOERROR;

@@ -12,16 +12,21 @@ using namespace zol;
 
 namespace {
 
-// Of three snapshots one belongs to the agent's thread, one may wait for it, and one is being filled. What is compared
-// with the next collection is the one that ended last, wherever it is; it is only read.
+// One snapshot belongs to the agent's thread, which may still be comparing it with the one before; one may wait for it,
+// and one is being filled. What is compared with the next collection is the one that ended last, wherever it is; it is
+// only read.
 
 pthread_mutex_t guard = PTHREAD_MUTEX_INITIALIZER;
-constinit Snapshot snapshots[3];
-/// The agent's, the one that ended last (which may be the same); null before the first.
+/// Held by the thread that collects.
+pthread_mutex_t collecting = PTHREAD_MUTEX_INITIALIZER;
+constinit Snapshot snapshots[4];
+/// The agent's, the one before it, and the one that ended last (which may be the agent's); null before the first.
 const Snapshot *taken = nullptr;
+const Snapshot *before_taken = nullptr;
 const Snapshot *ended = nullptr;
+/// When the last one began; 0 when there was none.
 int64_t last_began = 0;
-bool any_began = false;
+int64_t first_asked = 0;
 
 constexpr size_t most_hooks = 4;
 void (*hooks[most_hooks])();
@@ -38,33 +43,36 @@ bool may_be_within_request() {
          monotonic_ms() - last_request < pause;
 }
 
-/// The snapshot that neither thread needs.
+/// The snapshot that nobody needs.
 Snapshot &unused() {
   const Lock lock(guard);
   Snapshot *free = snapshots;
-  while (free == taken || free == ended) ++free;
+  while (free == taken || free == before_taken || free == ended) ++free;
   return *free;
 }
 
-// Whole lines: an address in the rest of a long one is no station's.
+// Whole lines: an address in the rest of a long one is no station's. However much is printed, it is only passed
+// through.
 constexpr size_t line_size = 1024;
+constexpr Limits all_of_it{.bytes = SIZE_MAX};
+using Output = CommandOutput<line_size>;
 
-/// Hands every line of an output to `use`. False when the command failed.
+/// Hands every line of an output to `use`. False when the command failed or was late.
 template <class Use>
-bool each_line(CommandOutput<line_size> &&output, Use use) {
+bool each_line(Output &&output, Use use) {
   bool inside = false;
   while (output.next_without_newline() && !collections_abandoned()) {
     const bool continues = strlen(output.line()) == output.length_as_read();
     if (!inside) use(output.line());
     inside = continues;
   }
-  return static_cast<bool>(output) && !collections_abandoned();
+  return !collections_abandoned() && !output.late() && output && output.finish() == 0;
 }
 
 /// The bridged interfaces, a bit for each; nothing when the bridges cannot be asked.
 std::optional<uint32_t> bridged_interfaces() {
   uint32_t interfaces = 0;
-  const bool complete = each_line(CommandOutput<line_size>("brctl show"), [&](const char *line) {
+  const bool complete = each_line(Output(all_of_it, "brctl show"), [&](const char *line) {
     if (const auto index = bridged_interface(line)) interfaces |= 1U << *index;
   });
   return complete ? std::optional(interfaces) : std::nullopt;
@@ -72,21 +80,20 @@ std::optional<uint32_t> bridged_interfaces() {
 
 bool list_stations(Snapshot &snapshot, uint8_t interface) {
   bool fits = true;
-  const bool complete =
-      each_line(CommandOutput<line_size>("wlanconfig ath%d list sta", interface), [&](const char *line) {
-        if (const auto mac = listed_station(line)) fits = snapshot.add(*mac, interface) && fits;
-      });
+  const bool complete = each_line(Output(all_of_it, "wlanconfig ath%d list sta", interface), [&](const char *line) {
+    if (const auto mac = listed_station(line)) fits = snapshot.add(*mac, interface) && fits;
+  });
   if (!fits) log_line("out of memory: the stations were not collected");
   return complete && fits;
 }
 
 void read_figures(Snapshot &snapshot, uint8_t interface) {
   StationOutput associations(snapshot, interface);
-  each_line(CommandOutput<line_size>("iwinfo ath%d assoclist", interface),
+  each_line(Output(all_of_it, "iwinfo ath%d assoclist", interface),
             [&](const char *line) { associations.association(line); });
   StationOutput counters(snapshot, interface);
   const int64_t now = monotonic_ms();
-  each_line(CommandOutput<line_size>("80211stats -i ath%d -a", interface),
+  each_line(Output(all_of_it, "80211stats -i ath%d -a", interface),
             [&](const char *line) { counters.counters(line, now); });
 }
 
@@ -110,8 +117,8 @@ void read_details(Snapshot &snapshot) {
     read_figures(snapshot, index);
     return !collections_abandoned();
   });
-  each_line(CommandOutput<line_size>("cat /var/dhcp.leases"), [&](const char *line) { read_lease(snapshot, line); });
-  each_line(CommandOutput<line_size>("uci show wireless"), [&](const char *line) { read_setting(snapshot, line); });
+  each_line(Output(all_of_it, "cat /var/dhcp.leases"), [&](const char *line) { read_lease(snapshot, line); });
+  each_line(Output(all_of_it, "uci show wireless"), [&](const char *line) { read_setting(snapshot, line); });
 }
 
 /// False when the stations cannot be listed.
@@ -127,7 +134,7 @@ bool fill(Snapshot &snapshot) {
 
 constinit const Snapshot none;
 
-/// The collection that ended last. It is not changed meanwhile: only this thread ends one.
+/// The collection that ended last. It is not changed meanwhile: only who collects ends one.
 const Snapshot &former() {
   const Lock lock(guard);
   return ended != nullptr ? *ended : none;
@@ -136,12 +143,23 @@ const Snapshot &former() {
 void begin(int64_t now) {
   const Lock lock(guard);
   last_began = now;
-  any_began = true;
+}
+
+/// Takes the collection that ended last. False when the agent has it, or leaves it for the next time.
+bool take() {
+  const Lock lock(guard);
+  if (ended == taken) return false;
+  if (may_be_within_request() && ++postponed < most_postponed) return false;
+  postponed = 0;
+  before_taken = taken;
+  taken = ended;
+  return true;
 }
 
 }  // namespace
 
-bool zol::collect_stations() {
+bool zol::make_collection() {
+  const Lock alone(collecting);
   const int64_t now = monotonic_ms();
   begin(now);
   Snapshot &snapshot = unused();
@@ -154,28 +172,28 @@ bool zol::collect_stations() {
   return true;
 }
 
-bool zol::collection_is_due(int32_t period) {
+bool zol::collection_is_due(int32_t period, int32_t grace) {
+  const int64_t now = monotonic_ms();
   const Lock lock(guard);
-  return !any_began || monotonic_ms() - last_began >= int64_t{period} * 1000;
+  if (first_asked == 0) first_asked = now;
+  return last_began == 0 ? now - first_asked >= grace : now - last_began >= int64_t{period} * 1000 + grace;
 }
 
 void zol::note_request() { last_request = monotonic_ms(); }
 
 bool zol::take_over_collection() {
-  {
-    const Lock lock(guard);
-    if (ended == taken) return false;
-    if (may_be_within_request() && ++postponed < most_postponed) return false;
-    postponed = 0;
-    taken = ended;
-  }
+  if (!take()) return false;
   for (void (*hook)() : hooks) {
     if (hook != nullptr) hook();
   }
+  const Lock lock(guard);
+  before_taken = nullptr;
   return true;
 }
 
 const Snapshot &zol::present_stations() { return taken != nullptr ? *taken : none; }
+const Snapshot *zol::previous_stations() { return before_taken; }
+bool zol::any_collection() { return taken != nullptr; }
 
 void zol::after_collections(void (*hook)()) {
   for (auto &slot : hooks) {
@@ -188,7 +206,7 @@ void zol::after_collections(void (*hook)()) {
 
 void zol::forget_collections() {
   const Lock lock(guard);
-  taken = ended = nullptr;
-  any_began = false;
+  taken = before_taken = ended = nullptr;
+  last_began = first_asked = 0;
   for (Snapshot &snapshot : snapshots) snapshot.release();
 }

@@ -9,7 +9,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   printed.assign(reinterpret_cast<const char *>(data), size);
   for (int round = 0; round < 2; ++round) {
-    require(zol::collect_stations() && zol::take_over_collection(), "a collection is taken over");
+    require(zol::make_collection() && zol::take_over_collection(), "a collection is taken over");
     const zol::StationRecord *before = nullptr;
     for (const zol::StationRecord &station : zol::present_stations().stations()) {
       require(before == nullptr || before->mac < station.mac, "each station once, in order");

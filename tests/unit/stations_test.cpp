@@ -6,8 +6,55 @@
 
 #include <cstring>
 
+#include "core/clock.hpp"
+#include "core/dynamic_table.hpp"
+#include "core/switches.hpp"
+#include "mib/health/health.hpp"
 #include "mib/stations/printed.hpp"
 #include "tests/unit/scripted_shell.hpp"
+
+namespace {
+
+using Oid = std::vector<oid>;
+
+/// Milliseconds of the clock that nobody sets, and the rows of the agent that is not there: each with its full name.
+int64_t now = 1000;
+std::vector<std::pair<Oid, variable>> rows;
+std::vector<std::string> sent;
+
+}  // namespace
+
+extern "C" {
+int clock_gettime(clockid_t, timespec *time) {
+  *time = {now / 1000, now % 1000 * 1'000'000};
+  return 0;
+}
+int register_mib(const char *, const variable *added, size_t row_size, size_t count, const oid *prefix, size_t length) {
+  for (size_t i = 0; i < count; ++i) {
+    variable row{};
+    memcpy(&row, reinterpret_cast<const char *>(added) + i * row_size, row_size);
+    Oid full(prefix, prefix + length);
+    full.insert(full.end(), row.name, row.name + row.namelen);
+    std::copy(full.begin(), full.end(), row.name);
+    row.namelen = static_cast<unsigned char>(full.size());
+    rows.emplace_back(full, row);
+  }
+  return MIB_REGISTERED_OK;
+}
+int unregister_mib(oid *, size_t) {
+  rows.clear();
+  return 0;
+}
+/// Notes "number: last arcs of what is carried".
+void send_v2trap(netsnmp_variable_list *bindings) {
+  std::string text = std::to_string(bindings->val.objid[bindings->val_len / sizeof(oid) - 1]) + ":";
+  for (const auto *bound = bindings->next_variable; bound != nullptr; bound = bound->next_variable) {
+    text += " " + std::to_string(bound->name[bound->name_length - 2]);
+    if (bound->type != ASN_OCTET_STR) text += "=" + std::to_string(*bound->val.integer);
+  }
+  sent.push_back(text);
+}
+}
 
 namespace {
 
@@ -184,7 +231,7 @@ TEST_F(Collections, ListEveryStationOnce) {
   EXPECT_EQ(present(), "");
   lists(0, second + first);
   lists(2, "00:0b:6b:0a:01:0e    1\n" + first + " 00:0b:6b:0a:01:11  \n00:0b:6b\n");
-  EXPECT_TRUE(zol::collect_stations());
+  EXPECT_TRUE(zol::make_collection());
   EXPECT_EQ(present(), "0e@2 0f@2 10@0");
   const std::vector<std::string> expected = {"brctl show",
                                              "wlanconfig ath0 list sta",
@@ -205,14 +252,14 @@ TEST_F(Collections, ListEveryStationOnce) {
 
 TEST_F(Collections, AreDroppedWhenTheStationsCannotBeListed) {
   lists(0, first);
-  EXPECT_TRUE(zol::collect_stations());
+  EXPECT_TRUE(zol::make_collection());
   EXPECT_EQ(present(), "0f@0");
   lists(0, second);
   shell.cannot_start("wlanconfig ath2 list sta");
-  EXPECT_FALSE(zol::collect_stations());
+  EXPECT_FALSE(zol::make_collection());
   EXPECT_EQ(present(), "0f@0");
   shell.cannot_start("brctl show");
-  EXPECT_FALSE(zol::collect_stations());
+  EXPECT_FALSE(zol::make_collection());
   EXPECT_FALSE(zol::take_over_collection());
 }
 
@@ -221,16 +268,16 @@ TEST_F(Collections, FollowEachOther) {
   zol::after_collections([] { ++hooks; });
   lists(0, first + second);
   counts(0, "0:b:6b:a:1:f:\n tx_bytes 4294967290 rx_bytes 7\n0:b:6b:a:1:10:\n tx_bytes 5\n");
-  zol::collect_stations();
+  zol::make_collection();
   EXPECT_TRUE(zol::take_over_collection());
   const int64_t found = zol::present_stations().find(mac)->found_at;
   // Two more end before the agent's thread looks again; one of them without figures.
   counts(0, "");
-  zol::collect_stations();
+  zol::make_collection();
   counts(0, "0:b:6b:a:1:f:\n tx_bytes 10\n");
   lists(0, first);
   lists(2, second);
-  zol::collect_stations();
+  zol::make_collection();
   EXPECT_EQ(zol::present_stations().find(mac)->tx.octets, 4294967290U);
   EXPECT_EQ(present(), "0f@0 10@2");
   EXPECT_EQ(hooks, 2);
@@ -242,6 +289,124 @@ TEST_F(Collections, FollowEachOther) {
   const StationRecord &moved = zol::present_stations().stations()[1];
   EXPECT_EQ(moved.found_at, zol::present_stations().began);
   EXPECT_FALSE(moved.tx.known);
+}
+
+/// The agent's GET or GETNEXT of one name: the answered name without the extensions' root and the value's octets.
+std::optional<std::pair<Oid, std::string>> ask(Oid name, bool exact) {
+  for (auto &[full, row] : rows) {
+    std::array<oid, MAX_OID_LEN> answered{};
+    std::copy(name.begin(), name.end(), answered.begin());
+    size_t length = name.size();
+    size_t value_length = 0;
+    WriteMethod *write = nullptr;
+    const auto *value = row.findVar(&row, answered.data(), &length, exact ? 1 : 0, &value_length, &write);
+    if (value == nullptr) continue;
+    return {{Oid(answered.begin(), answered.begin() + static_cast<ptrdiff_t>(length)),
+             {reinterpret_cast<const char *>(value), value_length}}};
+  }
+  return std::nullopt;
+}
+
+TEST_F(Collections, AreWalkedOverWhatIsNotThere) {
+  zol::apply_extensions();
+  lists(0, first + second + "f4:5c:89:10:20:30 3\n");
+  shell.answers("iwinfo ath0 assoclist", "[00:0B:6B:0A:01:10] -48 dBm / -95 dBm\n[F4:5C:89:10:20:30] -61 dBm\n");
+  counts(0, "0:b:6b:a:1:f:\n tx_bytes 4294967297\n");
+  zol::make_collection();
+  zol::take_over_collection();
+  const Oid table = rows.front().first;
+  const Oid entry(table.begin(), table.end() - 1);
+  std::string walked;
+  Oid name = entry;
+  while (const auto found = ask(name, false)) {
+    ASSERT_LT(name, found->first);
+    name = found->first;
+    if (!std::equal(entry.begin(), entry.end(), name.begin())) break;
+    EXPECT_EQ(ask(name, true)->second, found->second);
+    walked += " " + std::to_string(name[entry.size()]) + "@" + std::to_string(name.back());
+  }
+  EXPECT_EQ(walked, " 2@15 2@16 2@48 5@16 5@48 6@16 13@15 13@16 13@48 14@15 21@15");
+  // Between two rows, short and long names.
+  const auto at = [&](Oid arcs) {
+    arcs.insert(arcs.begin(), entry.begin(), entry.end());
+    return arcs;
+  };
+  EXPECT_EQ(ask(at({2, 0, 11, 107, 10, 1, 15, 0}), false)->first, at({2, 0, 11, 107, 10, 1, 16}));
+  EXPECT_EQ(ask(at({2, 1}), false)->first, at({2, 244, 92, 137, 16, 32, 48}));
+  EXPECT_EQ(ask(at({2, 244, 92, 137, 16, 32, 300}), false)->first, at({5, 0, 11, 107, 10, 1, 16}));
+  EXPECT_FALSE(ask(at({2, 0, 11, 107, 10, 1}), true));
+  EXPECT_FALSE(ask(at({5, 0, 11, 107, 10, 1, 15}), true));
+  const counter64 octets{1, 1};
+  EXPECT_EQ(ask(at({14, 0, 11, 107, 10, 1, 15}), true)->second,
+            std::string(reinterpret_cast<const char *>(&octets), sizeof octets));
+  zol::remove_extensions();
+}
+
+TEST_F(Collections, CountOnThroughThreeDays) {
+  uint64_t octets = 0;
+  int64_t collections = 0;
+  const int64_t start = now;
+  constexpr int32_t period = 300;
+  for (; now - start < 3 * 86'400'000LL; now += 1000) {
+    if (!zol::collection_is_due(period)) continue;
+    // Up to two gigabytes in between: a counter of 32 bits passes its end again and again.
+    octets += static_cast<uint64_t>(collections % 2000) * 1'000'000;
+    lists(0, first);
+    counts(0, "0:b:6b:a:1:f:\n tx_bytes " + std::to_string(octets & UINT32_MAX) + "\n");
+    ASSERT_TRUE(zol::make_collection());
+    ASSERT_TRUE(zol::take_over_collection());
+    const StationRecord &station = *zol::present_stations().find(mac);
+    ASSERT_EQ(station.tx.octets, octets);
+    ASSERT_EQ(station.found_at, start);
+    if (collections > 0) {
+      ASSERT_EQ(station.tx.kbps, static_cast<uint64_t>(collections % 2000) * 8000 / period);
+    }
+    ++collections;
+  }
+  EXPECT_EQ(collections, 3 * 86400 / period);
+}
+
+TEST_F(Collections, AnnounceWhatTheyDifferIn) {
+  const auto announce = [](int32_t form) {
+    for (const zol::Switch &each : zol::switches()) {
+      if (strcmp(each.name, "zolarcNotifications") == 0) *each.value = form;
+    }
+  };
+  const auto list = [](int from, int to) {
+    std::string text;
+    for (int octet = from; octet < to; ++octet) text += "02:00:00:00:00:" + std::to_string(10 + octet) + " 1\n";
+    return text;
+  };
+  const auto collect = [&](const std::string &stations) {
+    sent.clear();
+    now += 11000;
+    lists(0, stations);
+    zol::make_collection();
+    zol::take_over_collection();
+    zol::tend_notifications();
+  };
+  using Sent = std::vector<std::string>;
+  zol::apply_extensions();
+  const zol::StationChanges before = zol::station_changes;
+  announce(1);
+  collect(list(0, 2));
+  EXPECT_EQ(sent, Sent{});
+  collect(list(1, 3));
+  EXPECT_EQ(sent, (Sent{"2: 1 2 3 4=0 5=2200", "1: 1 2 3 4=0 5=0"}));
+  // Twenty a second, the sum included.
+  collect(list(20, 60));
+  ASSERT_EQ(sent.size(), 19U);
+  EXPECT_EQ(sent.back(), "6: 9=24 10=0 11=0");
+  zol::tend_notifications();
+  EXPECT_EQ(sent.size(), 19U);
+  // The next ones have to wait for the second to pass.
+  announce(0);
+  collect(list(0, 1));
+  EXPECT_EQ(sent, Sent{});
+  EXPECT_EQ(zol::station_changes.joined - before.joined, 1U + 40 + 1);
+  EXPECT_EQ(zol::station_changes.left - before.left, 1U + 2 + 40);
+  EXPECT_TRUE(zol::announces_by_traps());
+  zol::remove_extensions();
 }
 
 TEST(Snapshots, TellWhoLeftAndWhoJoined) {
