@@ -10,6 +10,7 @@
 
 #include "core/command/counters.hpp"
 #include "core/command/late.hpp"
+#include "core/command/once.hpp"
 #include "core/command/request.hpp"
 #include "core/log.hpp"
 #include "core/switches.hpp"
@@ -22,6 +23,8 @@ namespace {
 constexpr int look_ms = 20;
 /// A command that has printed all that is wanted of it is about to end.
 constexpr int64_t farewell_ms = 500;
+/// What the tools print of all stations is read to its end.
+constexpr size_t most_in_collection = 4'194'304;
 
 /// A device short of memory fails every command of a walk.
 void tell_failure(bool failed) {
@@ -42,13 +45,47 @@ void LineReader::start(const Limits &limits, const char *format, va_list argumen
   unquoter_ = Unquoter(command_.text());
   asked_ = AskedOption(command_.text());
   if (reuse_is_on()) {
-    const kept::Sources sources(command_.text());
-    if (sources.any()) {
-      run_and_keep(limits, sources);
-      return;
-    }
+    reuse_or_run(limits);
+  } else {
+    run(limits);
   }
-  run(limits);
+}
+
+void LineReader::reuse_or_run(const Limits &limits) {
+  Collection *collection = Collection::current();
+  if (collection != nullptr && collection->find(command_.text(), whole_)) {
+    ++command_counters.reused;
+    started_ = true;
+    hand_out_whole();
+    return;
+  }
+  const kept::Sources sources(command_.text());
+  if (sources.any()) {
+    run_and_keep(limits, sources);
+  } else if (collection != nullptr) {
+    run({limits.seconds, std::max(limits.bytes, most_in_collection)});
+    read_whole();
+    hand_out_whole();
+  } else {
+    run(limits);
+  }
+  if (collection != nullptr && started_ && !late_ && rest_ == rest_end_) collection->keep(command_.text(), whole_);
+}
+
+/// Reads all that the command prints ahead. False when memory is short: then what was read is handed out, and after it
+/// the rest as it comes.
+bool LineReader::read_whole() {
+  bool fits = true;
+  while (fits && refill()) fits = whole_.append(cursor_, static_cast<size_t>(end_ - cursor_));
+  if (fits) return true;
+  rest_ = cursor_;
+  rest_end_ = end_;
+  return false;
+}
+
+void LineReader::hand_out_whole() {
+  cursor_ = whole_.data();
+  end_ = cursor_ + whole_.size();
 }
 
 void LineReader::run(const Limits &limits) {
@@ -71,18 +108,11 @@ void LineReader::run_and_keep(const Limits &limits, const kept::Sources &sources
   } else {
     const bool at_rest = sources.at_rest();
     run(limits);
-    bool fits = true;
-    while (fits && refill()) fits = whole_.append(cursor_, static_cast<size_t>(end_ - cursor_));
-    if (!fits) {
-      // Memory is short: what was read is handed out, and then the rest as it comes.
-      rest_ = cursor_;
-      rest_end_ = end_;
-    } else if (started_ && at_rest && finish() != -1 && kept::Sources(command_.text()) == sources) {
+    if (read_whole() && started_ && at_rest && finish() != -1 && kept::Sources(command_.text()) == sources) {
       kept::keep(command_.text(), sources, whole_);
     }
   }
-  cursor_ = whole_.data();
-  end_ = cursor_ + whole_.size();
+  hand_out_whole();
 }
 
 /// Nothing that the command prints from now on counts, nor what it has printed.

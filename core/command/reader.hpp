@@ -73,6 +73,9 @@ class LineReader {
   bool read();
   bool read_piece();
   void run(const Limits &limits);
+  void reuse_or_run(const Limits &limits);
+  bool read_whole();
+  void hand_out_whole();
   void run_and_keep(const Limits &limits, const kept::Sources &sources);
   bool has_more();
   bool refill();

@@ -146,6 +146,11 @@ namespace zol {
 using TrapSender = void(int generic, int specific);
 void send_traps_with(TrapSender *sender);
 
+/// Has `guest` called in every collection of task 2 in which commands are not run twice (zolarcReuse), before the
+/// stations are searched: what it asks the tools for, and what the task asks them for, is asked once. Null ends it.
+using CollectionGuest = void();
+void collect_along(CollectionGuest *guest);
+
 /// Lets a task that is collecting give up soon after the command that it is waiting for, without changing the list or
 /// sending traps; and every task that is started until this is taken back.
 void abandon_collections(bool abandon);

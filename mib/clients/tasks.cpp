@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "core/clock.hpp"
+#include "core/command/once.hpp"
 #include "core/lock.hpp"
 #include "core/text.hpp"
 #include "mib/clients/client_list.hpp"
@@ -30,6 +31,7 @@ uint32_t last_tx_byte[2];
 namespace {
 
 constinit std::atomic<TrapSender *> trap_sender = nullptr;
+constinit std::atomic<CollectionGuest *> collection_guest = nullptr;
 
 void send_trap(int generic, int specific) {
   if (TrapSender *sender = trap_sender.load()) {
@@ -166,6 +168,8 @@ bool collect(const Station &station, ClientRecord &record) {
 int collect_stations() {
   std::array<ClientRecord, most_stations> records;
   const Lock lock(running_task);
+  const Collection collection;
+  if (CollectionGuest *guest = collection_guest.load(); guest != nullptr && Collection::current() != nullptr) guest();
   Stations stations;
   const int count = scan_stations(stations);
   if (collections_abandoned()) return -1;
@@ -194,6 +198,7 @@ void run_regularly(int (*task)()) {
 }  // namespace
 
 void zol::send_traps_with(TrapSender *sender) { trap_sender = sender; }
+void zol::collect_along(CollectionGuest *guest) { collection_guest = guest; }
 
 int init_task(void) {
   memset(task_hour, 0, sizeof task_hour);
@@ -228,6 +233,7 @@ int zol_process_task_1(void) {
   int32_t elapsed = station_rates.period;
   if (do_task_if_possible(station_rates.index, &elapsed) == 0) return 0;
   const Lock lock(running_task);
+  const Collection collection;
   ClientRecord station{};
   while (!collections_abandoned() && client_list::next(station)) {
     int32_t tx_bytes = 0;
@@ -277,6 +283,7 @@ int zol_process_task_3(void) {
       {"eth0.2", "TX bytes:", last_tx_byte[1], eth2_tx_rate},
   };
   const Lock lock(running_task);
+  const Collection collection;
   for (Counter &counter : counters) {
     if (collections_abandoned()) return 0;
     zol_get_statistics_transmit_bytes(counter.interface, counter.label, 0, &counter.now);

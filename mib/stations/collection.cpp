@@ -51,10 +51,9 @@ Snapshot &unused() {
   return *free;
 }
 
-// Whole lines: an address in the rest of a long one is no station's. However much is printed, it is only passed
-// through.
+// Whole lines: an address in the rest of a long one is no station's. Much may be printed: it is only passed through.
 constexpr size_t line_size = 1024;
-constexpr Limits all_of_it{.bytes = SIZE_MAX};
+constexpr Limits all_of_it{.bytes = 4'194'304};
 using Output = CommandOutput<line_size>;
 
 /// Hands every line of an output to `use`. False when the command failed or was late.

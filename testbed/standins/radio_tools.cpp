@@ -119,11 +119,12 @@ void wireless_settings(const Folder &interface) {
 
 /// The counters of a station, in the driver's order.
 constexpr const char *counter_names[] = {
-    "rx_data",      "rx_mgmt",   "rx_ctrl",        "rx_ucast",    "rx_mcast",        "rx_bytes",      "rx_beacons",
-    "rx_proberesp", "rx_dup",    "rx_noprivacy",   "rx_wepfail",  "rx_demicfail",    "rx_decap",      "rx_defrag",
-    "rx_disassoc",  "rx_deauth", "rx_decryptcrc",  "rx_unauth",   "rx_unencrypted",  "tx_data",       "tx_mgmt",
-    "tx_ucast",     "tx_mcast",  "tx_bytes",       "tx_discard",  "tx_assoc",        "tx_assoc_fail", "tx_auth",
-    "tx_auth_fail", "tx_deauth", "tx_deauth_code", "tx_disassoc", "tx_disassoc_code"};
+    "rx_data",        "rx_mgmt",        "rx_ctrl",     "rx_ucast",        "rx_mcast",      "rx_bytes",
+    "rx_beacons",     "rx_proberesp",   "rx_dup",      "rx_noprivacy",    "rx_wepfail",    "rx_demicfail",
+    "rx_decap",       "rx_defrag",      "rx_disassoc", "rx_deauth",       "rx_decryptcrc", "rx_unauth",
+    "rx_unencrypted", "tx_data",        "tx_mgmt",     "tx_ucast",        "tx_mcast",      "tx_bytes",
+    "tx_retries",     "tx_discard",     "tx_assoc",    "tx_assoc_fail",   "tx_auth",       "tx_auth_fail",
+    "tx_deauth",      "tx_deauth_code", "tx_disassoc", "tx_disassoc_code"};
 
 /// The address as the driver's statistics write it: lower case, no leading zeros.
 std::string short_address(const std::string &mac) {

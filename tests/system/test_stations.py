@@ -1,0 +1,191 @@
+"""Every station beside the tree: the table, the notifications and the agent's health, however the library is hosted."""
+
+from __future__ import annotations
+
+import re
+import subprocess
+import time
+from collections import Counter
+
+import pytest
+
+from conftest import AGENTX_MASTER, MIB_BASE, MIB_FILE
+from testbed.device import Agent, Device, Program, wait_until
+from testbed.snmp import free_udp_port
+
+EXTENSIONS = ".1.3.6.1.4.1.32473.8.2"
+TABLE, HEALTH = f"{EXTENSIONS}.1.1", f"{EXTENSIONS}.2"
+COMMANDS, LATE, SETS, SETS_REFUSED, JOINED, LEFT, COLLECTIONS, AGE, STATIONS = 1, 4, 6, 7, 8, 9, 10, 12, 13
+CONF = "zolarcCollect 1\nzolarcNotifications named"
+
+
+def health(agent: Agent, number: int) -> int:
+    return agent.get(f"{HEALTH}.{number}.0").value  # type: ignore[return-value]
+
+
+def index(mac: str) -> str:
+    return ".".join(str(octet) for octet in bytes.fromhex(mac.replace(":", "")))
+
+
+class Receiver(Program):
+    """snmptrapd, which prints a line of names and values for each notification."""
+
+    def __init__(self, device: Device):
+        self.port = free_udp_port()
+        configuration = "/etc/snmp/named.conf"
+        form = r"told|%v\n"
+        device.write(configuration, f"disableAuthorization yes\nformat1 v1|%N|%w|%q|%v\\n\nformat2 {form}\n")
+        for folder in (MIB_BASE, MIB_FILE.parent):
+            for file in folder.iterdir():
+                device.write(f"/mibs/{file.name}", file.read_bytes())
+        command = ["/usr/sbin/snmptrapd", "-f", "-n", "-Le", "-M", "/mibs", "-m", "ZOLARC-MIB", "-C", "-c", configuration,
+                   f"udp:127.0.0.1:{self.port}"]
+        super().__init__(device, command, device.path / "named.log", env={"SNMP_PERSISTENT_DIR": "/tmp/named"},
+                         detached=False)
+        wait_until(lambda: "NET-SNMP version" in self.log(), "the receiver to start")
+
+    def told(self) -> list[str]:
+        """Each notification's name and what it carries: "zolStationLeft zolNotifyMac.0 = STRING: ...". """
+        lines = re.findall(r"^told\|.*?OID: ZOLARC-MIB::(\w+)\t(.*)$", self.log(), re.MULTILINE)
+        return [f"{name} {carried}".replace("ZOLARC-MIB::", "") for name, carried in lines]
+
+    def count(self) -> Counter[str]:
+        """How many of each, the sums of what was not told one by one included."""
+        counted: Counter[str] = Counter()
+        for line in self.told():
+            name = line.split()[0]
+            sums = re.findall(r"zolNotifyMore(\w+)\.0 = Gauge32: (\d+)", line)
+            counted[name] += 1
+            counted.update({f"zolStation{what}": int(number) for what, number in sums if what != "Others"})
+        return counted
+
+
+@pytest.mark.parametrize("host", ["bundle", "AgentX"])
+def test_stations_by_name(device: Device, host: str) -> None:
+    receiver = Receiver(device)
+    sinks = f"trap2sink 127.0.0.1:{receiver.port} public\ntrapsink 127.0.0.1:{receiver.port} public"
+    if host == "bundle":
+        agent = device.start_agent(conf=f"{CONF}\n{sinks}")
+    else:
+        device.write("/etc/snmp/sub.conf", CONF + "\n")
+        agent = device.start_agent(library=False, conf=f"{AGENTX_MASTER}\n{sinks}")
+        device.start_zolarcd("--agentx", "unix:/tmp/agentx", "--config", "/etc/snmp/sub.conf")
+    wait_until(lambda: agent.walk(TABLE), "the stations")
+    mac = "00:0b:6b:0a:01:02"
+    row = [agent.get(f"{TABLE}.{column}.{index(mac)}") for column in range(1, 23)]
+    absent = ("noSuchInstance", None)
+    assert [(value.type, value.value) for value in row if value.type != "Timeticks"] == [
+        ("noSuchObject" if host == "bundle" else row[0].type, None), ("OCTET STRING", b"ath0"),
+        ("OCTET STRING", b"Harbour Lobby"), ("INTEGER", 0), ("INTEGER", -48), ("INTEGER", -95), ("OCTET STRING", b"-51,-52"),
+        ("Gauge32", 130000), ("Gauge32", 117000), ("Gauge32", 98), ("IpAddress", "192.168.1.101"), ("OCTET STRING", b"laptop"),
+        ("Counter64", 18233114), ("Counter64", 2210334), ("Counter64", 20100), ("Counter64", 10412), absent,
+        ("Counter32", 7), ("Counter32", 0), ("Gauge32", 0), ("Gauge32", 0)]
+    assert "scanner-7" in agent.by_name("snmptable", "-Ob", "-Ci", "zolStationTable")
+    assert re.fullmatch(r"ZOLARC-MIB::zolHealthStations.0 = Gauge32: 4\n", agent.by_name("snmpget", "zolHealthStations.0"))
+
+    # Somebody leaves, joins, and moves on to another interface.
+    device.stations.leave(mac)
+    device.stations.join("02:00:00:00:00:07", "ath1", signal=-70)
+    device.stations.move("f4:5c:89:10:20:30", "ath1")
+    wait_until(lambda: (health(agent, JOINED), health(agent, LEFT)) == (2, 2), "the changes")
+    wait_until(lambda: len(receiver.told()) >= 4, "the notifications")
+    carried = (r"zolNotifyMac\.0 = STRING: 2:0:0:0:0:7\tzolNotifySsid\.0 = STRING: warehouse\t"
+               r"zolNotifyInterface\.0 = STRING: ath1\tzolNotifySignal\.0 = INTEGER: -70 dBm\tzolNotifyConnected\.0 = .*")
+    assert any(re.fullmatch("zolStationJoined " + carried, line) for line in receiver.told()), receiver.log()
+    assert receiver.count() == {"zolStationJoined": 2, "zolStationLeft": 2}
+    # As SNMPv1 its enterprise is the extensions' root and its number the specific trap's.
+    assert len(re.findall(r"^v1\|\S*(?:zolarcExtensions|8\.2)\|6\|[12]\|", receiver.log(), re.MULTILINE)) == 4, receiver.log()
+
+
+def test_collections_that_fail_change_nothing(device: Device) -> None:
+    receiver = Receiver(device)
+    conf = f"{CONF}\nzolarcDeadline 1\ntrap2sink 127.0.0.1:{receiver.port} public"
+    agent = device.start_agent(conf=conf)
+    wait_until(lambda: agent.walk(TABLE), "the stations")
+    names = [value.oid for value in agent.walk(f"{TABLE}.2")]
+    device.stations.leave("00:0b:6b:0a:01:02")
+    for broken in ({"status": 1}, {"delay": 30}):
+        device.override("wlanconfig ath1 list sta", **broken)
+        time.sleep(1)
+        before = health(agent, COLLECTIONS)
+        device.clear_journal()
+        wait_until(lambda: device.calls("wlanconfig"), "another try")
+        wait_until(lambda: "delay" not in broken or health(agent, LATE) > 0, "the command to be late")
+        assert (health(agent, COLLECTIONS), [value.oid for value in agent.walk(f"{TABLE}.2")]) == (before, names)
+    wait_until(lambda: receiver.told(), "the late command to be told")
+    assert re.fullmatch(r"zolCommandsLate zolNotifyProgram\.0 = STRING: wlanconfig\tzolNotifyLate\.0 = Counter32: \d+",
+                        receiver.told()[0])
+    device.override("wlanconfig ath1 list sta")
+    wait_until(lambda: health(agent, STATIONS) == 3, "the next complete collection", 60)
+    assert receiver.count()["zolStationLeft"] == 1
+
+
+def test_reuse_serves_both_tables_with_one_command_each(device: Device) -> None:
+    conf = "zolarcReuse yes"
+    agent = device.start_agent(conf=conf)
+    wait_until(lambda: agent.walk(TABLE) and len(agent.walk("5.1.1")) == 4, "both tables")
+    assert [value.value for value in agent.walk("5.1.15")] == [18233114, 702334, 11934, 402113]
+    assert [value.value for value in agent.walk("5.1.18")] == [12] * 4
+    assert [value.value for value in agent.walk("5.1.7")] == [117, 26, 6, 58]
+    before = health(agent, COLLECTIONS)
+    started, when = health(agent, COMMANDS), time.monotonic()
+    device.clear_journal()
+    wait_until(lambda: health(agent, COLLECTIONS) >= before + 2, "two more collections", 60)
+    calls = [" ".join(call) for call in device.calls()]
+    collections = calls.count("iwinfo ath0 assoclist")
+    assert 2 <= collections <= 3
+    for text in ("wlanconfig ath0 list sta", "wlanconfig ath2 list sta", "iwinfo ath1 assoclist", "cat /var/dhcp.leases"):
+        assert abs(calls.count(text) - collections) <= 1, (text, calls.count(text), collections)
+    assert (health(agent, COMMANDS) - started) / (time.monotonic() - when) <= 6
+
+
+@pytest.mark.parametrize("conf", ["zolarcExtensions no", None])
+def test_extensions_can_be_missing(device: Device, conf: str | None) -> None:
+    agent = device.start_agent(None if conf else device.modules(), conf=conf or "")
+    if conf:
+        wait_until(lambda: agent.walk("5.1"), "the eight rows")
+    assert agent.getnext(EXTENSIONS).oid.startswith(EXTENSIONS) is False
+
+
+def test_two_hundred_stations_come_and_go(device: Device) -> None:
+    for mac in device.stations.list():
+        device.stations.leave(mac)
+    device.set_state("interfaces/ath3", bridge="br-lan")
+
+    def station(number: int) -> str:
+        return f"02:00:00:00:{number // 256:02x}:{number % 256:02x}"
+
+    for number in range(200):
+        device.stations.join(station(number), f"ath{number % 4}", counters={"tx_bytes": number})
+    receiver = Receiver(device)
+    agent = device.start_agent(conf=f"{CONF}\ntrap2sink 127.0.0.1:{receiver.port} public")
+    wait_until(lambda: health(agent, STATIONS) == 200, "all stations")
+
+    # One PDU after the other, in which each station stands once and whole.
+    def ask() -> None:
+        command = ["snmpbulkget", "-v2c", "-cpublic", "-On", "-Cn0", "-Cr250", "-r0", "-t20", f"udp:127.0.0.1:{agent.port}",
+                   f"{TABLE}.2", f"{TABLE}.13", f"{TABLE}.14"]
+        answer = subprocess.run(command, capture_output=True, text=True, check=True, env=agent.environment).stdout
+        cells = {column: re.findall(rf"^{TABLE}\.{column}\.(\S+) =", answer, re.MULTILINE) for column in (2, 13, 14)}
+        assert cells[2] == cells[13] == cells[14] and 160 <= len(cells[2]) <= 240
+        assert len(set(cells[2])) == len(cells[2])
+
+    rss, first = 0, 0
+    changes = 0
+    for collection in range(60):
+        for number in range(40):
+            device.stations.leave(station(first + number))
+            device.stations.join(station(first + 200 + number), f"ath{number % 4}")
+        first += 40
+        changes += 40
+        before = health(agent, COLLECTIONS)
+        ask()
+        wait_until(lambda: health(agent, COLLECTIONS) > before, "the next collection")
+        if collection == 4:
+            rss = agent.rss_kib()
+    wait_until(lambda: (health(agent, JOINED), health(agent, LEFT)) == (changes, changes), "all changes")
+    assert device.sanitized or agent.rss_kib() - rss <= 256
+    wait_until(lambda: receiver.count()["zolStationJoined"] == changes, "all that joined to be told")
+    assert receiver.count()["zolStationLeft"] == changes
+    # Never more than 20 in a second.
+    assert agent.get(f"{HEALTH}.11.0").value < 2000  # type: ignore[operator]
