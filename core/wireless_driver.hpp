@@ -31,7 +31,7 @@ class WirelessDriver {
   /// One wireless request about `interface`; false when the driver refuses it.
   bool ask(const char *interface, unsigned long request, iwreq &answer) const {
     copy_text(answer.ifr_ifrn.ifrn_name, interface);
-    return ioctl(descriptor_, request, &answer) >= 0;
+    return call(ioctl, request, &answer) >= 0;
   }
 
   /// The same with room for an answer of its own; how long that is, or -1.
@@ -44,6 +44,12 @@ class WirelessDriver {
   }
 
  private:
+  /// The C libraries do not agree on the type of a request.
+  template <class Request>
+  int call(int (*control)(int, Request, ...), unsigned long request, iwreq *answer) const {
+    return control(descriptor_, static_cast<Request>(request), answer);
+  }
+
   int descriptor_;
 };
 

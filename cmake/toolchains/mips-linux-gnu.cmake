@@ -6,5 +6,3 @@ set(CMAKE_CXX_COMPILER mips-linux-gnu-g++)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-# net-snmp's headers of the build machine; a real build for the device sets its own sysroot and leaves this empty.
-set(ZOL_HOST_NETSNMP_HEADERS /usr/include CACHE PATH "Folder that holds the build machine's net-snmp headers")

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -134,11 +135,13 @@ int version_date(const char *version, char *out) {
 }
 
 int num_days(const char *date) {
+  // Not "%F", which not every C library knows; and counted in days, for the seconds until 2070 do not fit into 32 bits.
   tm parts{};
-  if (strptime(date, "%F", &parts) == nullptr) return 0;
-  constexpr time_t epoch = 0;
-  constexpr int seconds_of_a_day = 24 * 60 * 60;
-  return static_cast<int>(difftime(timegm(&parts), epoch) / seconds_of_a_day);
+  if (strptime(date, "%Y-%m-%d", &parts) == nullptr) return 0;
+  constexpr int first_year = 1900;
+  using namespace std::chrono;
+  const sys_days first_of_month{year{first_year + parts.tm_year} / (parts.tm_mon + 1) / 1};
+  return static_cast<int>((first_of_month + days{parts.tm_mday - 1}).time_since_epoch().count());
 }
 
 namespace {
