@@ -7,6 +7,7 @@ that was run), `snmpd.log`. See README.md.
 from __future__ import annotations
 
 import contextlib
+import dataclasses
 import json
 import os
 import re
@@ -32,6 +33,9 @@ _PATH = "/usr/sbin:/usr/bin:/sbin:/bin"
 _BUSYBOX = Path("/usr/bin/busybox")
 _SNMPD = ["/usr/sbin/snmpd", "-f", "-Le", "-I", "-smux", "-C", "-c", "{conf}"]
 _AGENT_PROGRAMS = (Path("/usr/sbin/snmpd"), Path("/usr/sbin/snmptrapd"))
+# Where a device has an agent of its own.
+_OWN_AGENT = "/opt/agent"
+_EMULATOR = f"{_OWN_AGENT}/emulator"
 
 
 def wait_until(condition: Callable[[], Any], what: str, timeout: float = 60.0) -> Any:
@@ -74,6 +78,49 @@ def _uci_program(programs: Path, wanted: str) -> Path:
     return program
 
 
+@dataclasses.dataclass(frozen=True)
+class Machine:
+    """A kind of machine whose programs are run by an emulator; what they start are this machine's own programs."""
+
+    name: str
+    emulator: Path
+    """A static program, so that it runs in the device."""
+    libraries: Path
+    """Its C library and the loader of its programs."""
+
+    @property
+    def registered(self) -> bool:
+        """Whether the kernel starts such programs by itself, in any root file system."""
+        with contextlib.suppress(OSError):
+            entry = Path(f"/proc/sys/fs/binfmt_misc/qemu-{self.name}").read_text()
+            return entry.startswith("enabled") and re.search(r"^flags:.*F", entry, re.MULTILINE) is not None
+        return False
+
+
+# By what stands in the head of a program: its class and byte order, and its machine.
+_MACHINES = {
+    (b"\x01\x02", b"\x00\x08"): Machine("mips", Path("/usr/bin/qemu-mips-static"), Path("/usr/mips-linux-gnu/lib")),
+    (b"\x01\x01", b"\x08\x00"): Machine("mipsel", Path("/usr/bin/qemu-mipsel-static"),
+                                        Path("/usr/mipsel-linux-gnu/lib")),
+}
+
+
+def machine_of(program: Path) -> Machine | None:
+    """The machine that a program or library is made for; None for this one's own, and where there is no such file."""
+    head = b""
+    with contextlib.suppress(FileNotFoundError), program.open("rb") as file:
+        head = file.read(20)
+    return _MACHINES.get((head[4:6], head[18:20]))
+
+
+def _own_agent(prefix: Path) -> tuple[Path, Path]:
+    """The folders of an installed net-snmp's daemons and libraries."""
+    for below in (prefix, prefix / "usr"):
+        if (below / "sbin/snmpd").exists():
+            return below / "sbin", below / "lib"
+    raise FileNotFoundError(f"{prefix} holds no sbin/snmpd")
+
+
 def _check_busybox() -> None:
     """The shell must look for commands in PATH. Builds of busybox exist that run their own applets first."""
     if not _BUSYBOX.exists():
@@ -96,17 +143,30 @@ class Device:
         self.journal = self.path / "journal"
         self.build = Path((self.path / "build").read_text())
         self.uci_program = Path((self.path / "uci").read_text())
+        agent = (self.path / "agent").read_text()
+        self.agent = Path(agent) if agent else None
+        """Where the net-snmp is installed whose agent it runs; None for this machine's own."""
         self.stations = Stations(self.state)
         self._children: list[Program] = []
 
     @classmethod
-    def create(cls, path: Path | str, build_dir: Path | str, uci: str | None = None) -> Device:
+    def create(cls, path: Path | str, build_dir: Path | str, uci: str | None = None,
+               agent: Path | str | None = None) -> Device:
         """Makes a new device in the folder `path`.
 
         `uci` is the year whose configuration command it has, or the path of a real one; None: what ZOL_UCI in the
-        environment says, or else 2014."""
+        environment says, or else 2014.
+        `agent`: where the net-snmp is installed whose agent it runs, the one that the build was made for by default. It
+        and the build may be those of another machine, which is emulated then."""
         path, build = Path(path).resolve(), Path(build_dir).resolve()
         _check_busybox()
+        made_for = build / "net-snmp"
+        if agent is None and made_for.exists():
+            agent = made_for.read_text().strip()
+        own = Path(agent).resolve() if agent else None
+        machine = machine_of(build / LIBRARY)
+        if machine_of(_own_agent(own)[0] / "snmpd" if own else _AGENT_PROGRAMS[0]) != machine:
+            raise ValueError(f"{build} is not made for the machine of the agent")
         programs = _programs_folder(build)
         uci_program = _uci_program(programs, uci or os.environ.get("ZOL_UCI") or str(UCI_YEARS[0]))
         root = path / "root"
@@ -122,6 +182,7 @@ class Device:
         (root / "var").symlink_to("tmp")
         _link_interpreter(root)
         _link_programs(root, programs)
+        _link_libraries(root, own, machine)
         for mounted in ("journal", "bin/busybox", *(str(program)[1:] for program in _AGENT_PROGRAMS)):
             (root / mounted).touch()
         write_default_state(path / "state")
@@ -129,6 +190,7 @@ class Device:
         (path / "journal").touch()
         (path / "build").write_text(str(build))
         (path / "uci").write_text(str(uci_program))
+        (path / "agent").write_text(str(own or ""))
         return cls(path)
 
     def __enter__(self) -> Device:
@@ -172,6 +234,13 @@ class Device:
         for program in _AGENT_PROGRAMS:
             if program.exists():
                 command += ["--ro-bind", str(program), str(program)]
+        if self.agent:
+            daemons, libraries = _own_agent(self.agent)
+            command += ["--ro-bind", str(daemons / "snmpd"), "/usr/sbin/snmpd"]
+            command += ["--ro-bind", str(libraries), f"{_OWN_AGENT}/lib"]
+        if machine := self.machine:
+            command += ["--ro-bind", str(machine.libraries), f"{_OWN_AGENT}/libc"]
+            command += ["--ro-bind", str(machine.emulator), _EMULATOR]
         command += ["--ro-bind", str(_programs_folder(self.build)), "/opt/device"]
         command += ["--ro-bind", str(self.uci_program), "/opt/device/uci"]
         command += ["--ro-bind", str(self.build), "/opt/zolarc/lib"]
@@ -187,7 +256,7 @@ class Device:
     def run(self, command: list[str] | str, *, env: dict[str, str] | None = None, stdin: str | None = None,
             timeout: float = 120.0) -> subprocess.CompletedProcess[str]:
         """Runs a command to its end. A text is given to the device's shell; that it was is not journalled."""
-        arguments = ["/bin/busybox", "sh", "-c", command] if isinstance(command, str) else command
+        arguments = ["/bin/busybox", "sh", "-c", command] if isinstance(command, str) else self._emulated(command)
         # Who types a command does so in a shell.
         env = {"DEVICE_BELOW_A_SHELL": "1", **(env or {})}
         return subprocess.run([*self.sandbox(env), "--", *arguments], input=stdin, timeout=timeout, check=False,
@@ -197,8 +266,15 @@ class Device:
     def popen(self, arguments: list[str], *, env: dict[str, str] | None = None, output: IO[bytes] | int | None = None,
               detached: bool = False) -> subprocess.Popen[bytes]:
         """Starts a program. Unless it is detached it ends when this process does."""
-        return subprocess.Popen([*self.sandbox(env, die_with_parent=not detached), "--", *arguments],
-                                stdin=subprocess.DEVNULL, stdout=output, stderr=output, start_new_session=detached)
+        command = [*self.sandbox(env, die_with_parent=not detached), "--", *self._emulated(arguments)]
+        return subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=output, stderr=output,
+                                start_new_session=detached)
+
+    def _emulated(self, arguments: list[str]) -> list[str]:
+        """The command line of a program of the other machine where the kernel does not know how to start it."""
+        if self.machine and not self.machine.registered and Path(arguments[0]).name in ("snmpd", "zolarcd"):
+            return [_EMULATOR, *arguments]
+        return arguments
 
     @property
     def uci_year(self) -> int:
@@ -268,6 +344,11 @@ class Device:
         return self.build / LIBRARY
 
     @property
+    def machine(self) -> Machine | None:
+        """The other machine that the build is made for."""
+        return machine_of(self.library)
+
+    @property
     def sanitized(self) -> bool:
         """Whether the library was built with a sanitizer, which keeps freed memory and starts slowly."""
         return bool(sanitizer_environment(self.library))
@@ -331,6 +412,19 @@ def _link_interpreter(root: Path) -> None:
     if Path("/usr/lib64").is_dir():
         (root / "usr/lib64").mkdir()
         (root / "lib64").symlink_to("usr/lib64")
+
+
+def _link_libraries(root: Path, agent: Path | None, machine: Machine | None) -> None:
+    """What an agent of its own or of another machine is linked with is found in the device's /lib, as on a device."""
+    for folder in (_own_agent(agent)[1] if agent else None, machine.libraries if machine else None):
+        if folder is None:
+            continue
+        mounted = f"{_OWN_AGENT}/libc" if machine and folder == machine.libraries else f"{_OWN_AGENT}/lib"
+        (root / mounted[1:]).mkdir(parents=True)
+        for library in folder.glob("*.so*"):
+            (root / "lib" / library.name).symlink_to(f"{mounted}/{library.name}")
+    if machine:
+        (root / _EMULATOR[1:]).touch()
 
 
 def _link_programs(root: Path, programs: Path) -> None:
@@ -403,7 +497,7 @@ class Program:
         for first in _children_of(self.process.pid):
             for child in _children_of(first):
                 with contextlib.suppress(OSError):
-                    if _parent_and_name(child)[1] == self._name:
+                    if _parent_and_name(child)[1] in (self._name, Path(_EMULATOR).name):
                         return child
         return None
 
