@@ -40,7 +40,7 @@ std::vector<RegisteredRow> start_all() {
       rows.push_back({full, row, object == objects.end() ? nullptr : &*object, module});
     }
   }
-  std::ranges::sort(rows, {}, &RegisteredRow::full);
+  std::ranges::sort(rows, OidOrder{}, &RegisteredRow::full);
   return rows;
 }
 
@@ -49,7 +49,9 @@ std::vector<RegisteredRow> start_all() {
 extern "C" {
 
 // The agent is not there: what is registered with it is taken down.
-int register_mib(const char *, const variable *rows, size_t row_size, size_t count, const oid *prefix, size_t length) {
+// By another name, for not all releases declare it alike.
+int note_rows(const char *, const variable *, size_t, size_t, const oid *, size_t) __asm__("register_mib");
+int note_rows(const char *, const variable *rows, size_t row_size, size_t count, const oid *prefix, size_t length) {
   for (size_t i = 0; i < count; ++i) {
     const auto *row = reinterpret_cast<const variable *>(reinterpret_cast<const char *>(rows) + i * row_size);
     variable registered{};

@@ -10,10 +10,10 @@
 
 #include "core/module.hpp"
 #include "core/net_snmp.hpp"
+#include "tests/unit/oid_order.hpp"
 
 /// Asks objects as the agent does, without an agent: they are found by their names among what the modules register.
 
-using Oid = std::vector<oid>;
 using Commands = std::vector<std::string>;
 
 /// What is sent or answered: the octets as they stand in memory, and their ASN.1 type.

@@ -130,7 +130,7 @@ TEST(Registry, EveryAnswerFitsItsType) {
 std::optional<Oid> next(const Oid &name) {
   for (const RegisteredRow &row : registered_rows()) {
     const bool is_below = name.size() > row.full.size() && std::equal(row.full.begin(), row.full.end(), name.begin());
-    if (row.full < name && !is_below) continue;
+    if (OidOrder{}(row.full, name) && !is_below) continue;
     if (const auto found = ask(row, name, false)) return found->name;
   }
   return std::nullopt;
@@ -140,7 +140,7 @@ TEST(Registry, AWalkGoesThroughEveryObjectInOrder) {
   registered_rows();
   ScriptedShell shell;
   shell.answers("uci show qos.Default.classes", "a=b c d e\n");
-  std::set<Oid> walked;
+  std::set<Oid, OidOrder> walked;
   Oid name = {1, 3};
   while (const auto following = next(name)) {
     ASSERT_LT(name, *following);

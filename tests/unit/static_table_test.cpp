@@ -10,18 +10,11 @@
 
 #include "core/enterprise.hpp"
 #include "core/text.hpp"
+#include "tests/unit/oid_order.hpp"
 
 namespace {
 
-using Oid = std::vector<oid>;
-
-/// The agent's own order. That of vectors is wrong on big-endian machines in some releases of the C++ library.
-struct Before {
-  bool operator()(const Oid &one, const Oid &other) const {
-    return snmp_oid_compare(one.data(), one.size(), other.data(), other.size()) < 0;
-  }
-};
-using OidSet = std::set<Oid, Before>;
+using OidSet = std::set<Oid, OidOrder>;
 
 /// What the agent was given.
 struct Agent {
@@ -96,8 +89,8 @@ Oid name_of(std::initializer_list<oid> arcs) {
 }
 
 /// The registered rows with the whole of their OIDs, in their order, as the agent hands them to a find function.
-std::map<Oid, variable, Before> whole_rows() {
-  std::map<Oid, variable, Before> sorted;
+std::map<Oid, variable, OidOrder> whole_rows() {
+  std::map<Oid, variable, OidOrder> sorted;
   for (const variable7 &row : agent.rows) {
     Oid name = agent.prefix;
     name.insert(name.end(), row.name, row.name + row.namelen);
