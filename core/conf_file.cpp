@@ -56,22 +56,14 @@ Alias *find_alias(const char *name) {
   return nullptr;
 }
 
-char *read_path(const char *path, zol::Arena &arena, size_t &size) {
-  const int descriptor = open(path, O_RDONLY | O_CLOEXEC);
-  if (descriptor == -1) return nullptr;
-  char *text = zol::read_all(descriptor, arena, size);
-  close(descriptor);
-  return text;
-}
-
 /// The file itself lies in the memory that it owns.
-ConfFile *make_file(const char *path, bool sectioned) {
+ConfFile *make_file(int descriptor, const char *path, bool sectioned) {
   zol::Arena arena;
   auto *file = static_cast<ConfFile *>(arena.allocate(sizeof(ConfFile)));
   const char *name = arena.copy(path);
   size_t size = 0;
-  char *text = name == nullptr ? nullptr : read_path(path, arena, size);
-  if (file == nullptr || text == nullptr) {
+  char *text = zol::read_all(descriptor, arena, size);
+  if (file == nullptr || name == nullptr || text == nullptr) {
     arena.release();
     return nullptr;
   }
@@ -80,8 +72,15 @@ ConfFile *make_file(const char *path, bool sectioned) {
 }
 
 ConfFile *open_file(const char *name, bool sectioned) {
-  const char *path = zol::path_of_alias(name);
-  return make_file(path == nullptr ? name : path, sectioned);
+  const char *alias = zol::path_of_alias(name);
+  const char *path = alias == nullptr ? name : alias;
+  const int descriptor = open(path, O_RDONLY | O_CLOEXEC);
+  if (descriptor == -1) return nullptr;
+  ConfFile *file = make_file(descriptor, path, sectioned);
+  const int reason = errno;
+  close(descriptor);
+  errno = reason;
+  return file;
 }
 
 /// The change of a key (null: of the section itself) that waits in the selected section.

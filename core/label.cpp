@@ -122,7 +122,11 @@ Language language_of(const char *name) {
 Language language() {
   const char *file = language_file == nullptr ? path_or("sys", "/etc/sys.conf") : language_file;
   Text name;
-  if (read_key(file, "LANGUAGE", name) || read_key(file, "LANG", name)) return language_of(name.data());
+  ConfFile *settings = cfopen(file);
+  const auto is_named_by = [&](const char *key) { return cfread(settings, key, name.data(), name.size()) == 0; };
+  const bool is_named = settings != nullptr && (is_named_by("LANGUAGE") || is_named_by("LANG"));
+  cfclose(settings);
+  if (is_named) return language_of(name.data());
   const char *environment = getenv("LANG");
   return language_of(environment == nullptr ? "" : environment);
 }

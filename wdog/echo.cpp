@@ -11,9 +11,12 @@
 namespace wdog {
 
 uint16_t internet_checksum(const void *bytes, size_t size) {
-  const auto *at = static_cast<const uint8_t *>(bytes);
   uint32_t sum = 0;
-  for (size_t i = 0; i < size; ++i) sum += i % 2 == 0 ? static_cast<uint32_t>(at[i]) << 8U : at[i];
+  for (size_t at = 0; at < size; at += 2) {
+    uint16_t word = 0;
+    memcpy(&word, static_cast<const char *>(bytes) + at, size - at == 1 ? 1 : 2);
+    sum += ntohs(word);
+  }
   while (sum >> 16U != 0) sum = (sum & 0xffffU) + (sum >> 16U);
   return htons(static_cast<uint16_t>(~sum & 0xffffU));
 }
@@ -52,7 +55,7 @@ bool EchoSocket::ask(const Address &address, uint16_t round, uint64_t token) {
   return true;
 }
 
-std::optional<uint16_t> EchoSocket::answered(uint64_t token) {
+std::optional<uint16_t> EchoSocket::answered(uint64_t token) const {
   const uint8_t wanted = family_ == AF_INET ? ICMP_ECHOREPLY : ICMP6_ECHO_REPLY;
   std::array<uint8_t, 512> bytes;
   ssize_t received = 0;

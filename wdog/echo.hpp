@@ -40,7 +40,7 @@ class EchoSocket {
   /// False when no socket can be had. A request that cannot be sent is one that nobody answers.
   bool ask(const Address &address, uint16_t round, uint64_t token);
   /// The round of the next answer that has come in.
-  std::optional<uint16_t> answered(uint64_t token);
+  [[nodiscard]] std::optional<uint16_t> answered(uint64_t token) const;
   /// -1 when it is not open.
   [[nodiscard]] int descriptor() const { return descriptor_; }
 

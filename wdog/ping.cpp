@@ -53,7 +53,7 @@ bool PingWatchdog::work(const Moment &now) {
   return failed;
 }
 
-void PingWatchdog::take_answers(EchoSocket &socket) {
+void PingWatchdog::take_answers(const EchoSocket &socket) {
   while (const auto round = socket.answered(token_)) {
     rounds_.answer(*round);
     answered_ = true;

@@ -32,7 +32,7 @@ class PingWatchdog {
   [[nodiscard]] int64_t patience(const Moment &now) const;
 
  private:
-  void take_answers(EchoSocket &socket);
+  void take_answers(const EchoSocket &socket);
   void look_names_up(const Moment &now);
   void ask();
 
