@@ -20,7 +20,7 @@ namespace wdog {
 namespace {
 
 /// Uptime after which the reboots of the ping watchdog are forgotten.
-constexpr int64_t settled_uptime = 24 * 3600;
+constexpr int64_t settled_uptime = 86400;
 
 /// Starts of the device in which a script may be run before it has ever stayed up that long. A script may reboot,
 /// whatever the limit of reboots says.
