@@ -42,13 +42,17 @@ ALL = [MIB, MANUAL, COMMANDS, TREE, EXPORTER, EXPORTER_SINCE_0_23]
 
 
 def changed_objects(stored: str, made: str, names: set[str]) -> list[str]:
-    """The objects about which two texts differ: a changed line is about the name in it, or the last one above it."""
+    """The objects about which two texts differ: those that a change adds or takes away, or else those in its lines, or
+    else the last one above."""
     old, new = stored.splitlines(), made.splitlines()
+
+    def named(lines: list[str]) -> set[str]:
+        return {word for line in lines for word in re.findall(r"\w+", line) if word in names}
+
     found: set[str] = set()
     for tag, first, last, new_first, new_last in difflib.SequenceMatcher(None, old, new, autojunk=False).get_opcodes():
         if tag != "equal":
-            lines, start, end = (new, new_first, new_last) if new_last > new_first else (old, first, last)
-            for line in range(start, end):
-                words = (word for text in reversed(lines[: line + 1]) for word in re.findall(r"\w+", text))
-                found.add(next((word for word in words if word in names), "no object"))
+            before, after = named(old[first:last]), named(new[new_first:new_last])
+            above = next((one for one in map(named, ([line] for line in reversed(new[:new_first]))) if one), {"no object"})
+            found |= before ^ after or before or above
     return sorted(found)
