@@ -18,7 +18,7 @@ IMPORTS = {
     "SNMPv2-CONF": ["MODULE-COMPLIANCE", "OBJECT-GROUP", "NOTIFICATION-GROUP"],
 }
 
-NODE = re.compile(r"(?:-- (.*)\n\n)?(\w+)( +)OBJECT IDENTIFIER ::= \{ (\w+) (\d+) \}\n")
+NODE = re.compile(r"(?:-- (.*)\n)?(\w+)( +)OBJECT IDENTIFIER ::= \{ (\w+) (\d+) \}\n")
 
 
 def wrapped(text: str, width: int = 100) -> str:
