@@ -256,3 +256,24 @@ def test_the_sample_configuration_reads_back(uci: Uci) -> None:
         assert uci.device.run(script).stderr == ""
     for name, text in samples.items():
         assert uci.file(name) == text, "the sample is not written as the command writes it"
+
+
+def test_the_tree_is_the_same_with_either(machine: Device, tmp_path: Path, build_dir: Path) -> None:
+    with Device.create(tmp_path / "device", build_dir, str(machine.uci_program)) as device:
+        device.start_agent().stop()
+        # A second start finds the host name as it was.
+        agent = device.start_agent()
+        assert device.uci("get system.@system[0].hostname") == "ap-lobby\n"
+        assert agent.getnext().oid == "1.1.0"
+        for oid, text in (("2.1.0", "it's"), ("3.1.4.0", "two words"), ("17.2.0", "read"), ("14.5.0", "one;two;three")):
+            agent.set(oid, "s", text)
+            assert agent.get(oid).text == text
+        assert device.uci("get snmpd.@system[0].sysName") == "it's\n"
+        # What is missing is not answered with something else: an option, a section, a radio.
+        for missing in ("wireless.wifi0.autoack", "wireless.wifi0.channel", "qos.Default", "system.ntp.server"):
+            device.uci(f"delete {missing}")
+        absent = {"3.1.21.0": 2, "3.1.6.0": 0, "13.7.1.2.0": "name1", "14.5.0": "one;two;three"}
+        assert {oid: agent.get(oid).text if isinstance(value, str) else agent.get(oid).value
+                for oid, value in absent.items()} == absent
+        agent.set("3.1.1.0", "i", 5)
+        assert [agent.get(f"3.1.{arc}.0").value for arc in (6, 9, 10, 13, 15, 16, 21, 22)] == [0, 0, 0, 1, 0, 3, 2, 0]

@@ -7,6 +7,10 @@
 #include <cstdlib>
 #include <string>
 
+#include "core/command.hpp"
+#include "core/enterprise.hpp"
+#include "tests/unit/scripted_shell.hpp"
+
 using namespace zol;
 
 namespace {
@@ -80,6 +84,52 @@ TEST_F(Dialect, ThePlainOneKeepsEveryByte) {
   EXPECT_EQ(read(), printed);
   setenv("ZOLARC_UCI", "quoted", 1);
   EXPECT_NE(read(), printed);
+}
+
+TEST_F(Dialect, IsReadThroughByEveryReader) {
+  ScriptedShell shell;
+  shell.answers("uci show a.b.c", "a.b.c='" + std::string(150, 'x') + "' 'y'\n");
+  CommandOutput output("uci show a.b.c");
+  std::string read;
+  while (output.next_without_newline()) read += output.line();
+  EXPECT_EQ(read, "a.b.c=" + std::string(150, 'x') + " y");
+}
+
+TEST_F(Dialect, TheStartLearnsIt) {
+  const std::string by_name = "uci show snmpd.cfg10e48a.enterpriseid";
+  const std::string by_place = "uci show snmpd.@system[0].enterpriseid";
+  struct Case {
+    const char *told, *named, *placed;
+    size_t commands;
+    int32_t number;
+    const char *section;
+  };
+  const Case cases[] = {
+      {nullptr, "snmpd.cfg10e48a.enterpriseid=4711\n", "", 1, 4711, "cfg10e48a"},
+      {nullptr, "snmpd.main=snmpd\nsnmpd.main.trapport=162\n", "snmpd.x.y='9'\n", 1, 0, "cfg10e48a"},
+      {nullptr, "snmpd.cfg10e48a.enterpriseid='4711'\n", "", 1, 4711, "@system[0]"},
+      {nullptr, "", "snmpd.cfg08e48a.enterpriseid='4711'\n", 2, 4711, "@system[0]"},
+      {nullptr, "", "snmpd.cfg08e48a.enterpriseid=4711\n", 2, 0, "cfg10e48a"},
+      {nullptr, "", "", 2, 0, "cfg10e48a"},
+      {"plain", "", "snmpd.cfg08e48a.enterpriseid='4711'\n", 1, 0, "cfg10e48a"},
+      {"plain", "snmpd.cfg10e48a.enterpriseid='4711'\n", "", 1, 0, "cfg10e48a"},
+      {"quoted", "", "snmpd.cfg08e48a.enterpriseid='4711'\n", 2, 4711, "@system[0]"},
+      {"quoted", "snmpd.cfg10e48a.enterpriseid='4711'\n", "", 1, 4711, "@system[0]"},
+  };
+  for (const Case &each : cases) {
+    set_uci_dialect(UciDialect::plain);
+    each.told == nullptr ? unsetenv("ZOLARC_UCI") : setenv("ZOLARC_UCI", each.told, 1);
+    ScriptedShell shell;
+    shell.answers(by_name, each.named).answers(by_place, each.placed);
+    // A second start finds what the first one found.
+    for (int start = 0; start < 2; ++start) {
+      snmp_enterprise_oid = 0;
+      learn_enterprise();
+      EXPECT_EQ(snmp_enterprise_oid, each.number) << each.named << each.placed;
+      EXPECT_STREQ(agent_section(), each.section) << each.named << each.placed;
+      EXPECT_EQ(shell.commands().size(), each.commands) << each.named << each.placed;
+    }
+  }
 }
 
 }  // namespace
