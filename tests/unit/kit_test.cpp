@@ -11,8 +11,9 @@
 #include <utility>
 
 #include "core/address.hpp"
-#include "core/net_snmp.hpp"
 #include "core/clock.hpp"
+#include "core/net_snmp.hpp"
+#include "core/option.hpp"
 #include "core/text.hpp"
 
 namespace {
@@ -84,6 +85,21 @@ TEST(Numbers, WrapAtThirtyTwoBitsOnEveryMachine) {
   EXPECT_EQ(zol::scan_int32(cursor), 12);
   EXPECT_STREQ(cursor, ".5");
   EXPECT_EQ(zol::scan_int32(cursor), std::nullopt);
+}
+
+TEST(Values, StandBehindTheFirstEqualsSign) {
+  const struct {
+    const char *line;
+    const char *text;
+    std::optional<int32_t> number;
+  } cases[] = {
+      {"qos.wan.upload=512", "512", 512}, {"a.b.c=12 34", "12 34", 12}, {"a.b.c=-1=2", "-1", -1},
+      {"a.b.c==5", "5", std::nullopt},    {"a.b.c=", "", std::nullopt}, {"uci: Entry not found", "", std::nullopt},
+  };
+  for (const auto &[line, text, number] : cases) {
+    EXPECT_STREQ(zol::Value(line).text(), text) << line;
+    EXPECT_EQ(zol::Value(line).number(), number) << line;
+  }
 }
 
 TEST(Tokens, CutALongTextAndSaySo) {
