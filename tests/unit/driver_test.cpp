@@ -1,11 +1,14 @@
 // The loader through the wireless driver's ioctls, with a driver and files of the test's own.
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <syslog.h>
+#include <unistd.h>
 // The kernel's header wants the C library's first.
 #include <linux/wireless.h>
 
@@ -222,6 +225,23 @@ FILE *fopen(const char *filename, const char *modes) {
     return fmemopen(file->second.data(), file->second.size(), "r");
   }
   return original<FILE *(const char *, const char *)>("fopen")(filename, modes);
+}
+
+int open(const char *path, int flags, ...) {
+  if (machine != nullptr && strncmp(path, "/etc/", 5) == 0) {
+    const auto file = machine->files.find(path);
+    if (file == machine->files.end()) return -1;
+    const int descriptor = memfd_create("file", MFD_CLOEXEC);
+    const std::string &text = file->second;
+    EXPECT_EQ(write(descriptor, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    lseek(descriptor, 0, SEEK_SET);
+    return descriptor;
+  }
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+  va_end(arguments);
+  return original<int(const char *, int, ...)>("open")(path, flags, mode);
 }
 
 void syslog(int pri, const char *fmt, ...) {
