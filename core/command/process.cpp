@@ -194,7 +194,7 @@ int open_end_of([[maybe_unused]] pid_t pid) {
 
 }  // namespace
 
-void set_stand_in(StandIn *stand_in) { in_place = stand_in; }
+StandIn *set_stand_in(StandIn *stand_in) { return in_place.exchange(stand_in); }
 
 Child start(const char *text, Through through) {
   Child child;

@@ -65,6 +65,7 @@ void tend_from_the_agent();
 
 /// What a test has in place of processes: it may take a command text for itself and answer with `child`.
 using StandIn = bool(const char *text, bool reads, Child &child);
-void set_stand_in(StandIn *stand_in);
+/// @return the one before
+StandIn *set_stand_in(StandIn *stand_in);
 
 }  // namespace zol::process

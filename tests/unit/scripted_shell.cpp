@@ -8,8 +8,6 @@
 #include <mutex>
 #include <utility>
 
-#include "core/command/process.hpp"
-
 namespace {
 
 ScriptedShell *current_shell = nullptr;
@@ -32,13 +30,12 @@ bool take(const char *command, bool reads, zol::process::Child &child) {
 
 }  // namespace
 
-ScriptedShell::ScriptedShell() : outer_(current_shell) {
+ScriptedShell::ScriptedShell() : outer_(current_shell), before_(zol::process::set_stand_in(take)) {
   current_shell = this;
-  zol::process::set_stand_in(take);
 }
 ScriptedShell::~ScriptedShell() {
   current_shell = outer_;
-  if (outer_ == nullptr) zol::process::set_stand_in(nullptr);
+  zol::process::set_stand_in(before_);
 }
 ScriptedShell *ScriptedShell::current() { return current_shell; }
 

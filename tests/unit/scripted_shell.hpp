@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "core/command/process.hpp"
+
 /// Stands in for the shell: while one lives, commands are not started, but for the runners that take words. It records
 /// the command line to the letter and print what the test scripted for it; a command that was not scripted prints
 /// nothing.
@@ -37,4 +39,6 @@ class ScriptedShell {
   bool can_start_ = true;
   /// The one that it stands in for.
   ScriptedShell *outer_;
+  /// What stood in for processes before.
+  zol::process::StandIn *before_;
 };
