@@ -78,8 +78,10 @@ export function openStation(content, { name }) {
       const all = staysOf(course, names);
       const end = course.times.at(-1);
       const now = all.filter(({ to }) => to >= end).at(-1);
-      const called = labels.map((sample) => sample.labels.zolStationName).find(Boolean);
-      const ip = labels.map((sample) => sample.labels.zolStationIp).find(Boolean);
+      // What it is called where it is now, or was anywhere.
+      const nearest = labels.toSorted((a, b) => (b.labels.instance === now?.instance) - (a.labels.instance === now?.instance));
+      const called = nearest.map((sample) => sample.labels.zolStationName).find(Boolean);
+      const ip = nearest.map((sample) => sample.labels.zolStationIp).find(Boolean);
       title.textContent = called ?? mac;
       badge.textContent = now ? `at ${now.name}` : "away";
       badge.dataset.state = now ? "up" : "info";
@@ -87,8 +89,9 @@ export function openStation(content, { name }) {
       summary.replaceChildren(...[mac, ip, count(all.length, "stay"), count(changes, "change of device", "changes of device")]
         .filter(Boolean).map((part) => element("span", {}, part)));
       where.ariaLabel = all.map((stay) => `${place(stay)} from ${moment(stay.from)} for ${duration(stay.to - stay.from)}`).join("; ");
+      const begin = Math.max(course.times[0], all[0]?.from - (end - all[0]?.from) / 20);
       const hues = [...new Set(all.map(({ instance }) => instance))];
-      where.replaceChildren(...(all.length ? lanes(all, course.times[0], end, hues) : [element("p.empty", {}, "Nobody has heard it in this time.")]));
+      where.replaceChildren(...(all.length ? lanes(all, begin, end + course.step, hues) : [element("p.empty", {}, "Nobody has heard it in this time.")]));
       stays.show(all);
       signal.show(course.times, course.series.map(({ labels: at, values: points }) => ({
         label: `${names.get(at.instance) ?? at.instance} ${at.zolStationInterface ?? ""}`, values: points, hue: hues.indexOf(at.instance) })));
