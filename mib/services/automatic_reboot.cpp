@@ -1,5 +1,6 @@
 // The automatic reboot: the watchdog program `wdog` reboots the device at a time of day or every so many hours.
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <string_view>
@@ -69,7 +70,7 @@ bool is_schedule(const char *text, size_t length) {
   const std::string_view schedule(text, length);
   std::array<char, 8> when{};
   if (length < by_time.size() || length - by_time.size() >= when.size()) return false;
-  schedule.substr(by_time.size()).copy(when.data(), when.size() - 1);
+  std::copy(schedule.begin() + by_time.size(), schedule.end(), when.begin());
   if (schedule.starts_with(by_time)) {
     return strlen(when.data()) == 5 && is_number_below(when.data(), 24) && when[2] == ':' &&
            is_number_below(when.data() + 3, 60);
