@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/set_counters.hpp"
-
 #include "core/command/request.hpp"
+#include "core/set_counters.hpp"
 
 namespace zol {
 

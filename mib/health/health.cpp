@@ -5,6 +5,7 @@
 #include "core/clock.hpp"
 #include "core/command/counters.hpp"
 #include "core/dynamic_table.hpp"
+#include "core/guard.hpp"
 #include "core/set_counters.hpp"
 #include "mib/stations/stations.hpp"
 
@@ -28,7 +29,7 @@ constexpr DynamicColumn objects[] = {
     /// Commands that missed their deadline (zolarcDeadline), and those that were not started because of it.
     counter32_column(4, "zol_health_late", [](size_t) { return std::optional(command_counters.late.load()); }),
     /// Objects that were not set because the guard (zolarcGuard) refused the text.
-    counter32_column(5, "zol_health_refused", [](size_t) { return std::optional(set_counters.guarded.load()); }),
+    counter32_column(5, "zol_health_refused", [](size_t) { return std::optional(guard_refusals()); }),
     /// Objects that were set, without those whose value the agent only stores.
     counter32_column(6, "zol_health_sets", [](size_t) { return std::optional(set_counters.set.load()); }),
     /// Objects that were not set because of the type, the length or the value.

@@ -10,8 +10,8 @@
 #include "core/clock.hpp"
 #include "core/command/counters.hpp"
 #include "core/enterprise.hpp"
+#include "core/guard.hpp"
 #include "core/lock.hpp"
-#include "core/set_counters.hpp"
 #include "core/static_table.hpp"
 #include "core/switches.hpp"
 #include "core/text.hpp"
@@ -277,12 +277,12 @@ void on_guard_refusal(const char *name) {
 void init_notifications() {
   after_collections(on_collection);
   tell_late_commands_to(on_late_command);
-  tell_guard_refusals_to(on_guard_refusal);
+  tell_refusals_to(on_guard_refusal);
 }
 
 void deinit_notifications() {
   tell_late_commands_to(nullptr);
-  tell_guard_refusals_to(nullptr);
+  tell_refusals_to(nullptr);
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ from testbed.snmp import free_udp_port
 
 EXTENSIONS = ".1.3.6.1.4.1.32473.8.2"
 TABLE, HEALTH = f"{EXTENSIONS}.1.1", f"{EXTENSIONS}.2"
-COMMANDS, LATE, SETS, SETS_REFUSED, JOINED, LEFT, COLLECTIONS, AGE, STATIONS = 1, 4, 6, 7, 8, 9, 10, 12, 13
+COMMANDS, LATE, JOINED, LEFT, COLLECTIONS, COLLECTION_TIME, STATIONS = 1, 4, 8, 9, 10, 11, 13
 CONF = "zolarcCollect 1\nzolarcNotifications named"
 
 
@@ -83,6 +83,9 @@ def test_stations_by_name(device: Device, host: str) -> None:
     assert "scanner-7" in agent.by_name("snmptable", "-Ob", "-Ci", "zolStationTable")
     assert re.fullmatch(r"ZOLARC-MIB::zolHealthStations.0 = Gauge32: 4\n", agent.by_name("snmpget", "zolHealthStations.0"))
 
+    if host == "bundle":
+        agent.hup()
+        wait_until(lambda: agent.walk(TABLE), "the stations again")
     # Somebody leaves, joins, and moves on to another interface.
     device.stations.leave(mac)
     device.stations.join("02:00:00:00:00:07", "ath1", signal=-70)
@@ -94,7 +97,7 @@ def test_stations_by_name(device: Device, host: str) -> None:
     assert any(re.fullmatch("zolStationJoined " + carried, line) for line in receiver.told()), receiver.log()
     assert receiver.count() == {"zolStationJoined": 2, "zolStationLeft": 2}
     # As SNMPv1 its enterprise is the extensions' root and its number the specific trap's.
-    assert len(re.findall(r"^v1\|\S*(?:zolarcExtensions|8\.2)\|6\|[12]\|", receiver.log(), re.MULTILINE)) == 4, receiver.log()
+    assert receiver.log().count("\nv1|ZOLARC-MIB::zolarcExtensions|6|ZOLARC-MIB::zolStation") == 4, receiver.log()
 
 
 def test_collections_that_fail_change_nothing(device: Device) -> None:
@@ -158,20 +161,19 @@ def test_two_hundred_stations_come_and_go(device: Device) -> None:
     for number in range(200):
         device.stations.join(station(number), f"ath{number % 4}", counters={"tx_bytes": number})
     receiver = Receiver(device)
-    agent = device.start_agent(conf=f"{CONF}\ntrap2sink 127.0.0.1:{receiver.port} public")
+    agent = device.start_agent(conf=f"{CONF}\nmaxGetbulkResponses 1000\ntrap2sink 127.0.0.1:{receiver.port} public")
     wait_until(lambda: health(agent, STATIONS) == 200, "all stations")
 
     # One PDU after the other, in which each station stands once and whole.
     def ask() -> None:
-        command = ["snmpbulkget", "-v2c", "-cpublic", "-On", "-Cn0", "-Cr250", "-r0", "-t20", f"udp:127.0.0.1:{agent.port}",
+        command = ["snmpbulkget", "-v2c", "-cpublic", "-On", "-Cn0", "-Cr160", "-r0", "-t20", f"udp:127.0.0.1:{agent.port}",
                    f"{TABLE}.2", f"{TABLE}.13", f"{TABLE}.14"]
         answer = subprocess.run(command, capture_output=True, text=True, check=True, env=agent.environment).stdout
         cells = {column: re.findall(rf"^{TABLE}\.{column}\.(\S+) =", answer, re.MULTILINE) for column in (2, 13, 14)}
-        assert cells[2] == cells[13] == cells[14] and 160 <= len(cells[2]) <= 240
+        assert cells[2] == cells[13] == cells[14] and len(cells[2]) == 160
         assert len(set(cells[2])) == len(cells[2])
 
-    rss, first = 0, 0
-    changes = 0
+    rss = first = changes = 0
     for collection in range(60):
         for number in range(40):
             device.stations.leave(station(first + number))
@@ -187,5 +189,4 @@ def test_two_hundred_stations_come_and_go(device: Device) -> None:
     assert device.sanitized or agent.rss_kib() - rss <= 256
     wait_until(lambda: receiver.count()["zolStationJoined"] == changes, "all that joined to be told")
     assert receiver.count()["zolStationLeft"] == changes
-    # Never more than 20 in a second.
-    assert agent.get(f"{HEALTH}.11.0").value < 2000  # type: ignore[operator]
+    assert health(agent, COLLECTION_TIME) < 2000
