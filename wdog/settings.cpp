@@ -5,7 +5,6 @@
 
 #include <cstring>
 
-#include "core/arena.hpp"
 #include "core/conf_file.hpp"
 #include "core/log.hpp"
 #include "core/replaced_file.hpp"
@@ -130,13 +129,11 @@ void read_ping_settings(PingSettings &settings) {
 bool make_settings_file() {
   const char *path = path_of(File::settings);
   if (access(path, F_OK) == 0) return true;
-  zol::Arena arena;
-  auto *text = static_cast<char *>(arena.allocate(4096));
-  if (text == nullptr) return false;
+  std::array<char, 4096> text;
   size_t size = 0;
   const auto append = [&](const char *part) {
-    memcpy(text + size, part, strlen(part));
-    size += strlen(part);
+    zol::copy_text({text.data() + size, text.size() - size}, part);
+    size += strlen(text.data() + size);
   };
   append(
       "# The ping watchdog of wdog(8). The schedule of reboots is not here: wdog keeps it in the value "
@@ -144,9 +141,7 @@ bool make_settings_file() {
   for (const PingSetting &setting : ping_settings) {
     for (const char *part : {"# ", setting.comment, "\n", setting.key, "=", setting.preset, "\n"}) append(part);
   }
-  const bool made = zol::replace_file(path, {text, size}, -1) && chmod(path, 0644) == 0;
-  arena.release();
-  return made;
+  return zol::replace_file(path, {text.data(), size}, -1) && chmod(path, 0644) == 0;
 }
 
 bool read_ping_setting(const PingSetting &setting, Text &text) {
