@@ -2,7 +2,6 @@
 
 #include "mib/clients/counters.hpp"
 
-#include <cstdio>
 #include <cstring>
 
 #include "core/clock.hpp"

@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <optional>
 
 #include "core/clock.hpp"
 #include "core/command.hpp"

@@ -2,10 +2,7 @@
 
 #include <pthread.h>
 
-#include <algorithm>
-#include <array>
 #include <cctype>
-#include <cstring>
 
 #include "core/clock.hpp"
 #include "core/command/counters.hpp"

@@ -1,7 +1,6 @@
 // The table of every associated station (8.2.1), named by the stations' addresses.
 
 #include <algorithm>
-#include <cstring>
 
 #include "core/clock.hpp"
 #include "core/dynamic_table.hpp"

@@ -1,7 +1,6 @@
 // The addresses of the LAN and the WAN, and the ports' Ethernet addresses.
 
 #include <array>
-#include <cstdlib>
 #include <cstring>
 
 #include "core/address.hpp"

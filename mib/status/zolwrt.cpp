@@ -1,7 +1,5 @@
 // The module `zolwrt`: its objects, its values and their tokens.
 
-#include <algorithm>
-#include <array>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>

@@ -2,7 +2,6 @@
 // once, or delete the sections that carry their ids. An id of 0 leaves its half out.
 
 #include <array>
-#include <cstdio>
 #include <cstring>
 
 #include "core/command.hpp"
