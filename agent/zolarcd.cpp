@@ -18,6 +18,7 @@
 #include <iterator>
 
 #include "agent/bundle.hpp"
+#include "core/command/runners.hpp"
 #include "core/enterprise.hpp"
 #include "core/net_snmp.hpp"
 
@@ -362,7 +363,8 @@ void end_children() {
   if (processes == nullptr) return;
   while (const dirent *process = readdir(processes)) {
     const auto pid = static_cast<pid_t>(strtol(process->d_name, nullptr, 10));
-    if (pid > 0 && parent_of(process->d_name) == getpid()) kill(pid, SIGKILL);
+    const bool changes_something = getpgid(pid) == zol_unfinished_command();
+    if (pid > 0 && parent_of(process->d_name) == getpid() && !changes_something) kill(pid, SIGKILL);
   }
   closedir(processes);
   constexpr int rounds = 20;

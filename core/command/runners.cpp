@@ -139,6 +139,8 @@ int run(const Words &words, const char *shown) {
 
 }  // namespace
 
+pid_t zol_unfinished_command(void) { return unfinished; }
+
 int run_script(const char *format, ...) {
   CommandText command(CommandText::For::words);
   va_list arguments;
@@ -239,7 +241,5 @@ void CommandLine::append(const char *format, ...) {
 void CommandLine::run() const {
   if (text_.complete()) run_text(text_.text(), process::Through::what_it_needs, patience_ms);
 }
-
-pid_t unfinished_command() { return unfinished; }
 
 }  // namespace zol

@@ -30,6 +30,12 @@ ZOL_EXPORT int run_script_background(const char *format, ...) __attribute__((for
 ZOL_EXPORT int run_script_background_return_pid(const char *format, ...) __attribute__((format(printf, 1, 2)));
 }
 
+extern "C" {
+/// The process group of the command that a SET no longer waits for and that has been left to finish; 0 without one. A
+/// hosting program that ends its children spares it.
+ZOL_EXPORT pid_t zol_unfinished_command(void);
+}
+
 namespace zol {
 
 /// Runs one command line of any length, through the shell where it needs one, and waits as the runners do. What the
@@ -57,8 +63,5 @@ class CommandLine {
  private:
   CommandText text_;
 };
-
-/// The child that was left to finish, or 0.
-pid_t unfinished_command();
 
 }  // namespace zol
