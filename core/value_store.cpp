@@ -1,155 +1,107 @@
 #include "core/value_store.hpp"
 
 #include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
+#include "core/arena.hpp"
 #include "core/log.hpp"
-#include "core/text.hpp"
+#include "core/replaced_file.hpp"
 
 // The file holds one "key=text" line per key; in the text a newline is written "\n" and a backslash "\\".
+
+using namespace zol;
 
 namespace {
 
 constexpr size_t text_size = 256;
-constexpr size_t line_size = 64 + 2 * text_size;
 
-using Line = std::array<char, line_size>;
-using Path = std::array<char, PATH_MAX>;
+using Line = std::string_view;
 
 const char *store_path() {
   const char *moved = getenv("ZOLARC_VALUE_STORE");
   return moved != nullptr ? moved : ZOL_VALUE_STORE;
 }
 
-/// Reads a line without its newline, which the last one may lack; a line that is too long for any text is cut.
-bool read_line(FILE *file, Line &line) {
-  size_t length = 0;
-  int character = fgetc(file);
-  if (character == EOF) return false;
-  for (; character != '\n' && character != EOF; character = fgetc(file)) {
-    if (length + 1 < line.size()) line[length++] = static_cast<char>(character);
-  }
-  line[length] = '\0';
-  return true;
+/// Takes the first line, without its newline, which the last one may lack.
+Line take_line(Line &rest) {
+  const Line line(rest.data(), std::min(rest.find('\n'), rest.size()));
+  rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+  return line;
 }
 
-/// The escaped text of `line` when it is the line of `key`, else null.
-const char *text_of(const char *line, const char *key) {
-  const size_t length = strlen(key);
-  return strncmp(line, key, length) == 0 && line[length] == '=' ? line + length + 1 : nullptr;
+/// Whether `line` is the line of `key`: its escaped text stands behind the "=".
+bool is_line_of(Line line, Line key) {
+  return line.size() > key.size() && Line(line.data(), key.size()) == key && line[key.size()] == '=';
 }
 
-void unescape(const char *from, std::span<char> text) {
+void unescape(Line from, std::span<char> text) {
   size_t length = 0;
-  for (; *from != '\0' && length + 1 < text.size(); ++from) {
-    char character = *from;
-    if (character == '\\' && from[1] != '\0') {
-      ++from;
-      character = *from == 'n' ? '\n' : *from;
+  for (; !from.empty() && length + 1 < text.size(); from.remove_prefix(1)) {
+    if (from[0] == '\\' && from.size() > 1) {
+      from.remove_prefix(1);
+      text[length++] = from[0] == 'n' ? '\n' : from[0];
+    } else {
+      text[length++] = from[0];
     }
-    text[length++] = character;
   }
   text[length] = '\0';
 }
 
-void print_escaped(FILE *file, const char *text) {
-  for (; *text != '\0'; ++text) {
-    if (*text == '\n') {
-      fputs("\\n", file);
-    } else {
-      if (*text == '\\') fputc('\\', file);
-      fputc(*text, file);
-    }
-  }
+/// Writes at `to`, and returns what follows.
+char *append(char *to, Line text) {
+  return text.empty() ? to : static_cast<char *>(memmove(to, text.data(), text.size())) + text.size();
 }
+
+char *append_escaped(char *to, const char *text) {
+  for (; *text != '\0'; ++text) {
+    if (*text == '\n' || *text == '\\') *to++ = '\\';
+    *to++ = *text == '\n' ? 'n' : *text;
+  }
+  return to;
+}
+
+/// Memory that is given back at the end.
+struct Memory : Arena {
+  Memory() = default;
+  Memory(const Memory &) = delete;
+  Memory &operator=(const Memory &) = delete;
+  ~Memory() { release(); }
+};
 
 bool is_key(const char *key) { return *key != '\0' && strlen(key) < 64 && strpbrk(key, "=\n") == nullptr; }
 
-/// Holds the lock of the store for as long as it lives. The lock is a file of its own, since the store is replaced.
-class Lock {
- public:
-  explicit Lock(const char *path) : descriptor_(open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-    while (descriptor_ != -1 && flock(descriptor_, LOCK_EX) == -1) {
-      if (errno == EINTR) continue;
-      close(descriptor_);
-      descriptor_ = -1;
-    }
-  }
-  Lock(const Lock &) = delete;
-  Lock &operator=(const Lock &) = delete;
-  ~Lock() {
-    if (descriptor_ != -1) close(descriptor_);
-  }
-  explicit operator bool() const { return descriptor_ != -1; }
-
- private:
-  int descriptor_;
-};
-
-/// Writes the store with the text of `key` replaced (or added) to `target`. False when anything could not be written.
-bool write_copy(const char *source, const char *target, const char *key, const char *text) {
-  const int descriptor = open(target, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  FILE *copy = descriptor == -1 ? nullptr : fdopen(descriptor, "w");
-  if (copy == nullptr) {
-    if (descriptor != -1) close(descriptor);
-    return false;
-  }
-  if (FILE *present = fopen(source, "re")) {
-    Line line;
-    while (read_line(present, line)) {
-      if (text_of(line.data(), key) == nullptr) fprintf(copy, "%s\n", line.data());
-    }
-    fclose(present);
-  } else if (errno != ENOENT) {
-    // A store that is there but cannot be read must not be replaced by one that has lost its other texts.
-    fclose(copy);
-    return false;
-  }
-  fprintf(copy, "%s=", key);
-  print_escaped(copy, text);
-  fputc('\n', copy);
-  // On the flash only synced data survives a power cut, and it must be there before the name is.
-  bool written = fflush(copy) == 0 && ferror(copy) == 0 && fsync(descriptor) == 0;
-  written = fclose(copy) == 0 && written;
-  return written;
-}
-
-void sync_directory_of(const char *path) {
-  Path directory;
-  zol::copy_text(directory, path);
-  char *slash = strrchr(directory.data(), '/');
-  if (slash == nullptr) return;
-  slash[slash == directory.data() ? 1 : 0] = '\0';
-  const int descriptor = open(directory.data(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor == -1) return;
-  fsync(descriptor);
-  close(descriptor);
-}
-
+/// Replaces the text of `key` or adds it. False, and errno, when anything could not be read or written: a store that
+/// has lost its other texts must not take the place of this one.
 bool replace(const char *path, const char *key, const char *text) {
-  Path lock_path;
-  Path copy_path;
-  snprintf(lock_path.data(), lock_path.size(), "%s.lock", path);
-  snprintf(copy_path.data(), copy_path.size(), "%s.new", path);
-  const Lock lock(lock_path.data());
+  // One that is not there yet begins empty.
+  const int file = open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  if (file == -1) return false;
+  close(file);
+  const FileLock lock(path);
   if (!lock) return false;
-  if (!write_copy(path, copy_path.data(), key, text) || rename(copy_path.data(), path) == -1) {
-    const int reason = errno;
-    unlink(copy_path.data());
-    errno = reason;
-    return false;
+  Memory memory;
+  size_t size = 0;
+  const size_t room_for_line = strlen(key) + 2 * strlen(text) + strlen("\n=\n");
+  char *store = read_all(lock.descriptor(), memory, size, room_for_line);
+  if (store == nullptr) return false;
+  // The other lines move up, and the new one goes behind them.
+  char *end = store;
+  for (Line rest(store, size); !rest.empty();) {
+    const bool is_last = rest.find('\n') == Line::npos;
+    const Line line = take_line(rest);
+    if (is_line_of(line, key)) continue;
+    end = append(end, {line.data(), line.size() + (is_last ? 0 : 1)});
+    if (is_last) end = append(end, "\n");
   }
-  sync_directory_of(path);
-  return true;
+  end = append(append_escaped(append(append(end, key), "="), text), "\n");
+  return replace_file(path, {store, static_cast<size_t>(end - store)}, -1);
 }
 
 }  // namespace
@@ -182,16 +134,19 @@ namespace zol {
 
 void read_value(const char *key, std::span<char> text) {
   text[0] = '\0';
-  FILE *file = fopen(store_path(), "re");
-  if (file == nullptr) return;
-  Line line;
-  while (read_line(file, line)) {
-    if (const char *found = text_of(line.data(), key)) {
-      unescape(found, text);
-      break;
-    }
+  const int file = open(store_path(), O_RDONLY | O_CLOEXEC);
+  if (file == -1) return;
+  Memory memory;
+  size_t size = 0;
+  const char *store = read_all(file, memory, size);
+  close(file);
+  for (Line rest(store, store == nullptr ? 0 : size); !rest.empty();) {
+    Line line = take_line(rest);
+    if (!is_line_of(line, key)) continue;
+    line.remove_prefix(strlen(key) + 1);
+    unescape(line, text);
+    return;
   }
-  fclose(file);
 }
 
 }  // namespace zol

@@ -1,16 +1,40 @@
 #include "core/value_store.hpp"
 
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdarg>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 
 namespace {
+
+/// The system call that fails, counted from the next one; none at 0 or below.
+int calls_to_failure = 0;
+bool read_failed = false;
+bool wrote_after_failed_read = false;
+
+/// Whether this call is the one that fails.
+bool fails() {
+  if (calls_to_failure <= 0 || --calls_to_failure > 0) return false;
+  calls_to_failure = -1;
+  errno = EIO;
+  return true;
+}
+
+template <class Function>
+Function *original(const char *name) {
+  return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+}
 
 namespace fs = std::filesystem;
 
@@ -82,6 +106,26 @@ TEST_F(ValueStore, RefusesWhatItCannotKeepAndLosesNothing) {
   EXPECT_EQ(read("0.3.1"), "kept");
 }
 
+TEST_F(ValueStore, AFailureAnywhereLosesNothing) {
+  const std::string other(255, 'x');
+  bool failed = true;
+  for (int call = 1; failed; ++call) {
+    SCOPED_TRACE(call);
+    ASSERT_EQ(snmp_write2file("0.3.1", other.c_str()), 0);
+    ASSERT_EQ(snmp_write2file("0.3.3", "old"), 0);
+    calls_to_failure = call;
+    const int result = snmp_write2file("0.3.3", "new");
+    failed = calls_to_failure <= 0;
+    calls_to_failure = 0;
+    read_failed = false;
+    EXPECT_FALSE(std::exchange(wrote_after_failed_read, false));
+    EXPECT_EQ(read("0.3.1"), other);
+    EXPECT_EQ(read("0.3.3"), result == 0 ? "new" : "old");
+    ASSERT_LT(call, 50);
+  }
+  EXPECT_FALSE(fs::exists(folder_ / "values.new"));
+}
+
 TEST_F(ValueStore, TwoWritersAtOnceLoseNothing) {
   constexpr int writers = 4;
   constexpr int texts = 40;
@@ -106,3 +150,38 @@ TEST_F(ValueStore, TwoWritersAtOnceLoseNothing) {
 }
 
 }  // namespace
+
+// The system calls of the store, which fail where a test wants it.
+
+extern "C" {
+
+int open(const char *path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const auto mode = static_cast<mode_t>((flags & O_CREAT) != 0 ? va_arg(arguments, int) : 0);
+  va_end(arguments);
+  return fails() ? -1 : original<int(const char *, int, ...)>("open")(path, flags, mode);
+}
+
+ssize_t read(int file, void *bytes, size_t count) {
+  if (!fails()) return original<ssize_t(int, void *, size_t)>("read")(file, bytes, count);
+  read_failed = true;
+  return -1;
+}
+
+ssize_t write(int file, const void *bytes, size_t count) {
+  if (read_failed && file != STDERR_FILENO) wrote_after_failed_read = true;
+  return fails() ? -1 : original<ssize_t(int, const void *, size_t)>("write")(file, bytes, count);
+}
+
+int flock(int file, int operation) noexcept { return fails() ? -1 : original<int(int, int)>("flock")(file, operation); }
+int fsync(int file) { return fails() ? -1 : original<int(int)>("fsync")(file); }
+int close(int file) {
+  const bool failing = fails();
+  const int result = original<int(int)>("close")(file);
+  return failing ? -1 : result;
+}
+int rename(const char *from, const char *to) noexcept {
+  return fails() ? -1 : original<int(const char *, const char *)>("rename")(from, to);
+}
+}
