@@ -12,6 +12,9 @@ namespace {
 
 constexpr const char *no_section = "unknown";
 
+/// More than there are VLANs: a command that never tells an end must not keep the agent for ever.
+constexpr int most_sections = 4096;
+
 }  // namespace
 
 char *get_vlan_vlanid(const char *package, int n) {
@@ -25,10 +28,12 @@ char *get_vlan_vlanid(const char *package, int n) {
 }
 
 vlan::Place vlan::find_section(const Kind &kind, int32_t id) {
-  for (int section = 0;; ++section) {
+  int section = 0;
+  for (; section < most_sections; ++section) {
     const char *text = get_vlan_vlanid(kind.package, section);
-    if (strcmp(text, no_section) == 0) return {false, section};
+    if (strcmp(text, no_section) == 0) break;
     // An id of 0 marks a section that is not in use.
     if (strcmp(text, "0") != 0 && to_int32(text) == id) return {true, section};
   }
+  return {false, section};
 }

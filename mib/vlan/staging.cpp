@@ -25,13 +25,13 @@ constexpr size_t description_size = 66;
 char managed_flags_shown[managed_flags_size];
 char trunk_flags_shown[trunk_flags_size];
 
-/// Reads an option of the section that carries the VLAN `id`, if there is one.
+/// Reads an option of the section that carries the VLAN `id`, if there is one; an empty text when the section lacks it.
 bool read_option(const vlan::Kind &kind, int32_t id, const char *option, std::span<char, 4096> text) {
   if (id == 0) return false;
   const vlan::Place place = find_section(kind, id);
   if (!place.found) return false;
-  return services_get_string(OptionName("%s.@vlan[%d].%s", kind.package, place.section, option).text(), text.data()) ==
-         0;
+  services_get_string(OptionName("%s.@vlan[%d].%s", kind.package, place.section, option).text(), text.data());
+  return true;
 }
 
 /// Answers the priority of the VLAN `id` as it is configured, or the one that is staged for it.
@@ -65,8 +65,8 @@ ZOL_INTEGER(vlan_id, .oid = {22, 2, 1}, .accepts = range(1, 4094));
 ZOL_STORED(vlan_id)
 
 /// @syntax INTEGER { unset(0), used(1), unused(2) }
-/// Whether it is in use.
-ZOL_INTEGER(vlan_managed, .oid = {22, 2, 2}, .accepts = range(1, 2));
+/// Whether it is in use; unset(0) leaves that to the configuration.
+ZOL_INTEGER(vlan_managed, .oid = {22, 2, 2}, .accepts = range(0, 2));
 ZOL_STORED(vlan_managed)
 
 /// @held
@@ -77,8 +77,8 @@ int get_vlan_priority(int32_t *priority) { return read_priority(managed, vlan_id
 int set_vlan_priority(int32_t) { return 0; }
 
 /// @syntax INTEGER { unset(0), enabled(1), disabled(2) }
-/// Whether the device gets its address in it by DHCP.
-ZOL_INTEGER(vlan_dhcpc, .oid = {22, 2, 4}, .accepts = range(1, 2));
+/// Whether the device gets its address in it by DHCP; unset(0) leaves that to the configuration.
+ZOL_INTEGER(vlan_dhcpc, .oid = {22, 2, 4}, .accepts = range(0, 2));
 ZOL_STORED(vlan_dhcpc)
 
 /// The device's address in it.
@@ -102,8 +102,8 @@ int get_vlan_wifibridge(char *flags) {
 int set_vlan_wifibridge(const char *) { return 0; }
 
 /// @syntax INTEGER { unset(0), wireless(1), ethernet(2) }
-/// On which side frames are tagged.
-ZOL_INTEGER(vlan_wifitagging, .oid = {22, 2, 8}, .accepts = range(1, 2));
+/// On which side frames are tagged; unset(0) leaves that to the configuration.
+ZOL_INTEGER(vlan_wifitagging, .oid = {22, 2, 8}, .accepts = range(0, 2));
 ZOL_STORED(vlan_wifitagging)
 
 /// @held
@@ -121,8 +121,8 @@ int set_vlan_desc(const char *) { return 0; }
 // The trunk VLAN.
 
 /// @syntax Integer32 (0..4094)
-/// Its VLAN id; 0 until it was set for the first time, which leaves the trunk VLAN out of the actions.
-ZOL_INTEGER(vlantrunk_id, .oid = {22, 3, 1}, .accepts = range(1, 4094));
+/// Its VLAN id; 0, as at first, leaves the trunk VLAN out of the actions.
+ZOL_INTEGER(vlantrunk_id, .oid = {22, 3, 1}, .accepts = range(0, 4094));
 ZOL_STORED(vlantrunk_id)
 
 /// @held

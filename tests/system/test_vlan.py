@@ -196,6 +196,11 @@ def test_command_lines(device: Device, agent: Agent) -> None:
     assert act(DELETE, (ID, "i", 31)) == [
         *search("vlan", 0, 1, 2, 3), *search("vlansw", 0, 1), "uci delete vlansw.@vlan[1];uci commit vlansw",
     ]  # fmt: skip
+    # 0 takes back what was staged.
+    agent.set_many([(TRUNK_ID, "i", 100), (USED, "i", 0), (DHCPC, "i", 0), (TAGGING, "i", 0)])
+    assert act(DELETE, (TRUNK_ID, "i", 0)) == search("vlan", 0, 1, 2, 3)
+    staged = ";".join(act(ADD_OR_EDIT, (ID, "i", 30)))
+    assert [option for option in ("dhcpc", "tagging", "vlan_used", "vlansw") if option in staged] == []
 
 
 def test_a_get_shows_what_is_configured_and_leaves_what_is_staged(device: Device, agent: Agent) -> None:
@@ -209,7 +214,7 @@ def test_a_get_shows_what_is_configured_and_leaves_what_is_staged(device: Device
     device.write("/etc/config/vlan", "config vlan\n\toption vlanid 0\n\nconfig vlan\n\toption vlanid 020\n"
                  + "\tlist wifibridge 1\n" * 40)
     device.uci("delete vlansw.@vlan[0].wifibridge1")
-    assert shown() == [6, (b"1;" * 33)[:66], 5, b"0;0;1"], "an option that a section lacks is answered as it is staged"
+    assert shown() == [0, (b"1;" * 33)[:66], 5, b""], "what a section lacks is not what is staged"
     agent.set_many([(ID, "i", 21), (TRUNK_ID, "i", 101)])
     assert shown() == [6, b"1;1;0", 4, b"0;0;1"]
 

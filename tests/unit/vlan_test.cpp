@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "mib/vlan/sections.hpp"
 #include "tests/unit/objects.hpp"
 #include "tests/unit/scripted_shell.hpp"
 
@@ -55,6 +56,16 @@ TEST(Vlan, TablesEncodeTheirOptions) {
   EXPECT_EQ(shell.commands(), (Commands{"uci get -q vlansw.@vlan[0].vlanid", "uci get -q vlansw.@vlan[0].vlanid",
                                         "uci get -q vlansw.@vlan[0].priority", "uci get -q vlansw.@vlan[0].vlanid",
                                         "uci get -q vlansw.@vlan[0].wifibridge1"}));
+}
+
+TEST(Vlan, ASearchEndsWhateverIsPrinted) {
+  ScriptedShell shell;
+  for (int section = 0; section < 5000; ++section) {
+    shell.answers("uci show vlan -q | grep \"vlan\\[" + std::to_string(section) + "\\].vlanid=\"", "vlanid=0\n");
+  }
+  const zol::vlan::Place place = zol::vlan::find_section(zol::vlan::managed, 20);
+  EXPECT_FALSE(place.found);
+  EXPECT_EQ(shell.commands().size(), 4096);
 }
 
 const std::string enabled = "uci show vlanac.activation.enabled";
