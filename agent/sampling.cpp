@@ -134,19 +134,28 @@ bool start() {
   zol::send_traps_with(queue_trap);
   zol::collect_along(collect_with_task);
   init_task();
+  return true;
+}
+
+/// Starts those that do not run yet. One that cannot be started, on a device short of memory, is tried again.
+void start_workers() {
+  static constinit zol::Complaint failing;
   for (Worker &worker : workers) {
+    if (worker.state != Worker::State::idle) continue;
     worker.state = Worker::State::running;
     const int error = pthread_create(&worker.thread, nullptr, run, &worker);
     if (error != 0) {
       worker.state = Worker::State::idle;
-      zol::log_line("a sampling thread cannot be started: %s", strerror(error));
+      failing.raise("a sampling thread cannot be started: %s", strerror(error));
+      return;
     }
   }
-  return true;
+  failing.over();
 }
 
 void on_alarm(unsigned, void *) {
   if (!started) started = start();
+  if (started) start_workers();
   send_waiting_traps();
   zol::take_over_collection();
   zol::tend_notifications();

@@ -32,6 +32,8 @@ int zoel_print_time(char *dst) {
     perror("date: Error in determining the current calender time");
     return 0;
   }
+  // The zone may have been set since the last time.
+  tzset();
   std::array<char, 64> text{};
   if (ctime_r(&now, text.data()) == nullptr) return 0;
   text[strlen(text.data()) - 1] = '\0';

@@ -199,6 +199,17 @@ TEST(Times, AStampPadsTheDay) {
   }
 }
 
+TEST(Clock, ATimeStampFollowsTheZone) {
+  const auto hour = [](const char *zone) {
+    setenv("TZ", zone, 1);
+    char text[20] = "";
+    zoel_print_time(text);
+    return atoi(text + 11);
+  };
+  EXPECT_EQ((hour("UTC0") + 5) % 24, hour("AAA-5"));
+  unsetenv("TZ");
+}
+
 /// What the agent was given to log, for example "3 zolarc: cannot start\n".
 std::string logged;
 

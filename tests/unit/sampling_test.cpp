@@ -2,6 +2,7 @@
 
 #include "agent/sampling.hpp"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <net/if.h>
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstddef>
 #include <cstring>
@@ -54,6 +56,9 @@ struct SentTrap {
   int specific;
   std::thread::id thread;
 };
+/// Which of the next attempts to start a thread of the library fail, the lowest bit first.
+std::atomic<unsigned> failing_starts = 0;
+
 std::mutex trap_guard;
 std::vector<SentTrap> sent_traps;
 
@@ -432,6 +437,19 @@ TEST_F(Bundle, CollectsInTheBackgroundAndSendsTrapsFromTheAgentsThread) {
   ASSERT_TRUE(serve_until([] { return walk() == 1; })) << "and start again";
 }
 
+TEST_F(Bundle, AThreadThatCannotBeStartedIsTriedAgain) {
+  ScriptedShell shell;
+  script(shell, {{0, 1}});
+  testing::internal::CaptureStderr();
+  // The first thread starts at the third attempt, and the second with it; the third starts at its second one.
+  failing_starts = 0b10011;
+  const Threads threads;
+  EXPECT_TRUE(serve_until([] { return failing_starts == 0 && walk() == 1; }));
+  const std::string logged = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(logged.find("cannot be started"), logged.rfind("cannot be started")) << logged;
+  EXPECT_NE(logged, "");
+}
+
 TEST_F(Bundle, AHangingCommandHoldsUpNeitherRequestsNorTheEnd) {
   namespace fs = std::filesystem;
   const fs::path folder = fs::path(testing::TempDir()) / ("zolarc-" + std::to_string(getpid()));
@@ -508,6 +526,14 @@ int nanosleep(const timespec *requested_time, timespec * /*remaining*/) {
   pause_for((std::chrono::seconds(requested_time->tv_sec) + std::chrono::nanoseconds(requested_time->tv_nsec)) / 10);
   if (moves_on) ++present;
   return 0;
+}
+
+int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*run)(void *), void *argument) noexcept {
+  const unsigned failing = failing_starts;
+  failing_starts = failing / 2;
+  if (failing % 2 != 0) return EAGAIN;
+  using Function = int(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);
+  return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, "pthread_create"))(thread, attributes, run, argument);
 }
 
 unsigned if_nametoindex(const char *name) noexcept { return strcmp(name, "ath1") == 0 ? 7 : 3; }

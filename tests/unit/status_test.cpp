@@ -108,6 +108,7 @@ TEST(Status, LinkTimeIsThatOfTheLastUpMessage) {
   } cases[] = {
       {"came up", message(40, since, "port2 up"), true},
       {"went down and came up", message(30, since - 1, "port:2 down") + message(40, since, "port2 up"), true},
+      {"did so within a second", message(30, since, "port:2 down") + message(40, since, "port2 up"), true},
       {"came up and went down", message(41, since, "port:2 down") + message(40, since, "port2 up"), false},
       {"later line of an earlier time", message(30, since, "port:2 down") + message(40, since - 1, "port2 up"), false},
       {"no message", "", false},
