@@ -218,6 +218,7 @@ bool LineReader::read_piece() {
   if (late_) length = 0;
   line_[length] = '\0';
   length_as_read_ = strlen(line_);
+  is_whole_ = newline != nullptr;
   return length > 0;
 }
 

@@ -57,6 +57,9 @@ class LineReader {
   /// The line last read, without its last character.
   [[nodiscard]] const char *line() const { return line_; }
 
+  /// Whether the line last read ended in a newline: a longer one's rest is the next line.
+  [[nodiscard]] bool is_whole() const { return is_whole_; }
+
   /// How long the line last read was before its last character was dropped.
   [[nodiscard]] size_t length_as_read() const { return length_as_read_; }
 
@@ -86,6 +89,7 @@ class LineReader {
   char *line_;
   size_t size_;
   size_t length_as_read_ = 0;
+  bool is_whole_ = false;
   bool started_ = false;
   bool late_ = false;
   int status_ = -1;

@@ -97,10 +97,7 @@ constexpr Column columns[] = {
 /// Every other module registers below the enterprise number that is read here: this one is always the first.
 void prepare() {
   zol::learn_enterprise();
-  // The name is stored again where the agent and the value store look for it.
-  char name[33] = "";
-  get_ap_name(name);
-  set_ap_name(name);
+  apply_host_name();
   releaseList();
   confAlias("/etc/sys.conf", "sys");
   confAlias("/home/web/en/english.msg", "language");

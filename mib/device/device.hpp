@@ -16,3 +16,15 @@ ZOL_EXPORT int set_ap_name(const char *name);
 /// @param version 33 bytes @return 0, or -1 when the command cannot be started
 ZOL_EXPORT int get_fw_version(char *version);
 }
+
+namespace zol {
+
+/// What a firmware without a description says of itself.
+constexpr const char *fw_version_without_description = "KelvAP ZOL";
+
+/// Stores the device's host name again where the agent and the value store look for it. A name that cannot be stored
+/// as it is, because it is longer than 32 characters or the shell would read it otherwise, changes nothing and is
+/// logged.
+void apply_host_name();
+
+}  // namespace zol

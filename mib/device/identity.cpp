@@ -6,6 +6,8 @@
 
 #include "core/command.hpp"
 #include "core/enterprise.hpp"
+#include "core/log.hpp"
+#include "core/quoting.hpp"
 #include "core/scalar.hpp"
 #include "core/value_store.hpp"
 
@@ -26,24 +28,77 @@ constexpr size_t shortest_line = 6;
 /// (snmpd.cfg10e48a.sysName; snmpd.@system[0].sysName with a uci that prints values in quotes).
 ZOL_TEXT(ap_name, name_size, .oid = {2, 1}, .accepts = range(1, 32));
 
-int get_ap_name(char *name) {
+namespace {
+
+/// What the device says of its host name.
+enum class HostName {
+  missing,
+  /// Not what the answer holds of it: longer, of several lines, or with a "=" in it.
+  cut,
+  whole,
+};
+
+/// The text of the option in a line "system.cfg02e48a.hostname=text", or null in any other line. Some releases of uci
+/// print the whole section when the option is missing.
+const char *host_name_in(const char *line) {
+  constexpr const char *option = ".hostname";
+  const size_t length = strlen(option);
+  const size_t key = strcspn(line, "=");
+  if (line[key] == '\0' || key < length || strncmp(line + key - length, option, length) != 0) return nullptr;
+  return line + key + 1;
+}
+
+/// Reads the name for a GET, and tells what it is. @return what get_X returns
+int read_host_name(char *name, HostName &kind) {
+  kind = HostName::missing;
   char stored[name_size] = "";
   read_value(host_name_key, stored);
   const std::span<char> value(name, name_size);
   if (*stored != '\0') copy_text(value, stored);
   CommandOutput output("uci show system.@system[0].hostname");
   if (!output) return -1;
-  while (output.next_of_at_least(shortest_line)) {
+  for (bool first = true; output.next_of_at_least(shortest_line); first = false) {
     copy_field(value, output.line(), 1, '=');
+    const char *text = host_name_in(output.line());
+    if (text != nullptr && *text != '\0') {
+      kind = first && output.is_whole() && strcmp(text, name) == 0 ? HostName::whole : HostName::cut;
+    } else if (kind == HostName::whole) {
+      kind = HostName::cut;
+    }
     // The store is on flash: it is written only when the name has changed.
     if (strcmp(name, stored) != 0) snmp_write2file(host_name_key, name);
     copy_text(stored, name);
   }
+  // A line that is too short for a name is the rest of one.
+  if (kind == HostName::whole && output.length_as_read() > 0) kind = HostName::cut;
   return 0;
 }
 
+}  // namespace
+
+int get_ap_name(char *name) {
+  HostName kind{};
+  return read_host_name(name, kind);
+}
+
+void zol::apply_host_name() {
+  static constinit Complaint unusable;
+  char name[name_size] = "";
+  HostName kind{};
+  if (read_host_name(name, kind) != 0 || kind == HostName::missing) return;
+  if (kind == HostName::cut || *name == '\'' || !is_plain(name, Quotes::doubled)) {
+    unusable.raise("the host name \"%s\" is not applied again: it is too long, or the shell would read it otherwise",
+                   name);
+    return;
+  }
+  unusable.over();
+  set_ap_name(name);
+}
+
 int set_ap_name(const char *name) {
-  snmp_write2file(host_name_key, name);
+  char stored[name_size] = "";
+  read_value(host_name_key, stored);
+  if (strcmp(name, stored) != 0) snmp_write2file(host_name_key, name);
   shell("uci set system.@system[0].hostname=\"%s\";uci commit system", name);
   shell("uci set snmpd.%-s.sysName=\"%s\";uci commit snmpd", agent_section(), name);
   return 0;
@@ -76,7 +131,7 @@ ZOL_TEXT_WITHOUT_SET(fw_version, name_size, .oid = {2, 3}, .access = read_only);
 
 int get_fw_version(char *version) {
   const std::span<char> value(version, name_size);
-  copy_text(value, "KelvAP ZOL");
+  copy_text(value, fw_version_without_description);
   CommandOutput output("cat /etc/openwrt_release | grep DISTRIB_DESCRIPTION");
   if (!output) return -1;
   while (output.next_of_at_least(shortest_line)) {

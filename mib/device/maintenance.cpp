@@ -6,6 +6,7 @@
 #include "core/command.hpp"
 #include "core/net_snmp.hpp"
 #include "core/scalar.hpp"
+#include "core/written_file.hpp"
 
 using namespace zol;
 
@@ -37,6 +38,9 @@ int set_apply_change(int32_t value) {
   if (value != 1) return 0;
   char stamp[20] = "";
   zoel_print_time(stamp);
+  // One file under two names.
+  remove_link("/tmp/snmp_log");
+  remove_link("/var/snmp_log");
   run_system("echo '[%s] snmpd applying change...' >> /var/snmp_log", stamp);
   request_restart();
   is_apply_change = 1;

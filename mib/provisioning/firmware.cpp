@@ -12,8 +12,11 @@
 #include "core/clock.hpp"
 #include "core/command.hpp"
 #include "core/guard.hpp"
+#include "core/log.hpp"
 #include "core/option.hpp"
+#include "core/quoting.hpp"
 #include "core/scalar.hpp"
+#include "core/written_file.hpp"
 #include "mib/device/device.hpp"
 #include "mib/provisioning/provisioning.hpp"
 
@@ -27,6 +30,8 @@ constexpr const char *flash_path = "/tmp/firmware.img";
 
 /// The outcome of a transfer, as the station reads it.
 enum TransferStatus : int32_t { started = 0, ready_to_flash = 1, failed = 2 };
+
+constexpr const char *log_path = "/etc/log_pnar.txt";
 
 constexpr size_t setting_size = 4096;
 constexpr size_t version_column = 16;
@@ -51,10 +56,34 @@ class Setting {
   std::array<char, setting_size> text_{};
 };
 
-/// What a downloaded image and the running system say of themselves.
+/// What a downloaded image and the running system say of themselves. Whoever wrote the image is not to run commands
+/// here: a text that would end the quotes of a command counts as missing.
 struct Versions {
   std::array<char, version_column + 1> image{};
   std::array<char, 33> current{};
+
+  void read_image() {
+    static constinit Complaint unusable;
+    if (get_file_version_from_img(download_path, image.data()) != 1) {
+      copy_text(image, "unknown");
+    } else if (!is_plain(image.data(), Quotes::single)) {
+      unusable.raise("the version \"%s\" of the firmware image is not used: it holds a quote", image.data());
+      copy_text(image, "unknown");
+    } else {
+      unusable.over();
+    }
+  }
+
+  void read_current() {
+    static constinit Complaint unusable;
+    get_fw_version(current.data());
+    if (is_plain(current.data(), Quotes::single)) {
+      unusable.over();
+    } else {
+      unusable.raise("the running firmware's version %s is not used: it holds a quote", current.data());
+      copy_text(current, fw_version_without_description);
+    }
+  }
 };
 
 void record_missing_file(const char *stamp) {
@@ -68,6 +97,10 @@ void record_missing_file(const char *stamp) {
 void record_image(const char *stamp, const Versions &versions) {
   std::array<char, 128> checksum{};
   get_file_checksum(download_path, checksum.data());
+  if (!is_plain(checksum.data(), Quotes::none)) {
+    log_line("md5sum tells no checksum: %s", checksum.data());
+    checksum[0] = '\0';
+  }
   shell("uci set apc.setting.apcFileChecksum=%s;uci commit apc", checksum.data());
 
   CommandLine outcome;
@@ -175,7 +208,7 @@ int set_apc_download(int32_t value) {
   const int32_t port = Setting("apc.setting.apcSrvPort").number();
   const Setting file("apc.setting.apcFileName");
   Versions versions;
-  get_fw_version(versions.current.data());
+  versions.read_current();
   const UrlPart user_part(user.text());
   const UrlPart password_part(password.text());
   const UrlPart file_part(file.text(), true);
@@ -186,10 +219,12 @@ int set_apc_download(int32_t value) {
 
   const Stamp stamp = stamp_now();
   set_apc_status(started);
+  remove_link(download_path);
+  remove_link(flash_path);
   if (file_exist(download_path) == 0) shell("rm -rf %s", download_path);
   shell_patiently("cd /tmp;wget '%s' -O %s", url.data(), download_path);
 
-  if (get_file_version_from_img(download_path, versions.image.data()) != 1) copy_text(versions.image, "unknown");
+  versions.read_image();
   set_apc_fwversion(versions.image.data());
   const bool found = file_exist(download_path) == 0;
   if (found) {
@@ -198,8 +233,9 @@ int set_apc_download(int32_t value) {
     record_missing_file(stamp.data());
   }
   // The address carries the user name and the password into the log; it is meant so.
-  shell("echo '[%s] Download from [%s]. %s...' >> /etc/log_pnar.txt", stamp.data(), url.data(),
-        found ? "File is found" : "File was not found");
+  keep_private(log_path);
+  shell("echo '[%s] Download from [%s]. %s...' >> %s", stamp.data(), url.data(),
+        found ? "File is found" : "File was not found", log_path);
   return 0;
 }
 
@@ -213,12 +249,13 @@ ZOL_HELD(apc_confirm)
 int set_apc_confirm(int32_t) {
   const Stamp stamp = stamp_now();
   const int32_t status = Setting("apc.setting.apcTransferStatus").number();
+  keep_private(log_path);
   if (file_exist(flash_path) != 0 || status != ready_to_flash) {
-    shell("echo '[%s] Source of upgraded firmware not found or transferring status failed...' >> /etc/log_pnar.txt",
-          stamp.data());
+    shell("echo '[%s] Source of upgraded firmware not found or transferring status failed...' >> %s", stamp.data(),
+          log_path);
     return 0;
   }
-  shell("echo '[%s] Flashing new firmware...Please wait for a while...' >> /etc/log_pnar.txt", stamp.data());
+  shell("echo '[%s] Flashing new firmware...Please wait for a while...' >> %s", stamp.data(), log_path);
   // What the image check answers is not looked at. The upgrade needs the memory of the SSH and web servers.
   shell(
       "rm -rf /tmp/ftproot/*.img;. /lib/upgrade/platform.sh;. /lib/functions.sh; include /lib/upgrade; "

@@ -4,6 +4,8 @@
 #include <cstring>
 
 #include "core/command.hpp"
+#include "core/log.hpp"
+#include "core/quoting.hpp"
 #include "core/scalar.hpp"
 #include "core/static_table.hpp"
 #include "mib/qos/qos.hpp"
@@ -21,6 +23,18 @@ const char *section_suffix(const char *direction) { return strcmp(direction, dow
 /// The name that a package is shown under.
 const char *display_name(const char *name) { return strcmp(name, "Bulk") == 0 ? "Low" : name; }
 
+/// Whether a command can ask for the package. Its name is the configuration's, and stands in the command without
+/// quotes: one that the shell would read otherwise names no section.
+bool has_usable_name(const char *name) {
+  static constinit Complaint unusable;
+  if (is_plain(name, Quotes::none)) {
+    unusable.over();
+    return true;
+  }
+  unusable.raise("the bandwidth package \"%s\" is passed over: no section can have this name", name);
+  return false;
+}
+
 }  // namespace
 
 int get_zol_package_list(char *dst) {
@@ -34,6 +48,7 @@ int get_zol_package_list(char *dst) {
 
 int get_bandwidth_package(const char *direction, const char *name, int32_t *out) {
   *out = 0;
+  if (!has_usable_name(name)) return 0;
   CommandOutput output("uci show qos.%s%-s.avgrate", name, section_suffix(direction));
   if (!output) return -1;
   if (const char *equals = output.find("=")) *out = to_int32(equals + 1);
@@ -41,6 +56,7 @@ int get_bandwidth_package(const char *direction, const char *name, int32_t *out)
 }
 
 int set_bandwidth_package(const char *direction, const char *name, int32_t value) {
+  if (!has_usable_name(name)) return 0;
   shell("uci set qos.%s%-s.avgrate=%d;uci commit qos", name, section_suffix(direction), value);
   return 0;
 }
@@ -100,14 +116,19 @@ ZOL_STORED(bwidthpkg_index)
 
 namespace {
 
+/// The name of the package that was selected when it was last asked for.
+char last_name[list_size];
+
 /// The selected package's name; the one selected before when the list has no such package.
 const char *selected_name() {
-  static char name[list_size];
   char list[list_size];
   get_zol_package_list(list);
-  copy_field(name, list, static_cast<unsigned>(bwidthpkg_index) - 1, ' ');
-  return name;
+  copy_field(last_name, list, static_cast<unsigned>(bwidthpkg_index) - 1, ' ');
+  return last_name;
 }
+
+/// The agent has asked for the object before it checks a SET of it.
+bool can_be_changed() { return has_usable_name(last_name); }
 
 }  // namespace
 
@@ -123,12 +144,12 @@ int get_bwidthpkg_name(char *name) {
 
 /// @units percent
 /// The share of the bandwidth for reception that the package is worth (avgrate of its section with _down).
-ZOL_INTEGER(bwidthpkg_download, .oid = {13, 7, 1, 3}, .accepts = range(0, 65535));
+ZOL_INTEGER(bwidthpkg_download, .oid = {13, 7, 1, 3}, .accepts = range(0, 65535), .settable = can_be_changed);
 int get_bwidthpkg_download(int32_t *rate) { return get_bandwidth_package(download, selected_name(), rate); }
 int set_bwidthpkg_download(int32_t rate) { return set_bandwidth_package(download, selected_name(), rate); }
 
 /// @units percent
 /// The share of the bandwidth for sending that the package is worth (avgrate of its section).
-ZOL_INTEGER(bwidthpkg_upload, .oid = {13, 7, 1, 4}, .accepts = range(0, 65535));
+ZOL_INTEGER(bwidthpkg_upload, .oid = {13, 7, 1, 4}, .accepts = range(0, 65535), .settable = can_be_changed);
 int get_bwidthpkg_upload(int32_t *rate) { return get_bandwidth_package(upload, selected_name(), rate); }
 int set_bwidthpkg_upload(int32_t rate) { return set_bandwidth_package(upload, selected_name(), rate); }

@@ -41,8 +41,11 @@ def test_a_host_name_survives_without_its_option(device: Device, agent: Agent) -
 
 
 def test_applying_changes_ends_the_agent_after_its_answer(device: Device, agent: Agent) -> None:
+    device.write("/etc/precious", "kept")
+    device.host_path("/tmp/snmp_log").symlink_to("/etc/precious")
     assert agent.set("1.3.0", "i", 1).value == 1
     assert agent.wait() == 0
+    assert device.read("/etc/precious") == "kept"
     assert re.fullmatch(r"\[\d{4}/\d\d/\d\d \d\d:\d\d:\d\d\] snmpd applying change\.\.\.\n", device.read("/var/snmp_log"))
 
 

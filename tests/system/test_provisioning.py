@@ -182,7 +182,7 @@ def test_every_outcome_is_reported(device: Device, agent: Agent, server: FtpServ
         return outcome(agent)
 
     images = {"plain.img": image(b"without a number"), "version.img": image(b"ZOL v1.2.3.4"), "empty.img": b"",
-              "short.img": b"\0" * 100}  # fmt: skip
+              "short.img": b"\0" * 100, "hostile.img": image(b"v1';touch /x;'a")}  # fmt: skip
     for name, content in images.items():
         (server.files / name).write_bytes(content)
     server.start()
@@ -190,6 +190,7 @@ def test_every_outcome_is_reported(device: Device, agent: Agent, server: FtpServ
         "plain.img": (1, done("without a number", "2011-11-11"), "without a number"),
         "version.img": (1, done("ZOL v1.2", "2011-11-11"), "ZOL v1.2"),
         "empty.img": (2, WRONG_FORMAT, "unknown"),
+        "hostile.img": (2, WRONG_FORMAT, "unknown"),
         "short.img": (2, WRONG_FORMAT, "unknown"),
     }
     for name, reported in expected.items():
@@ -197,6 +198,9 @@ def test_every_outcome_is_reported(device: Device, agent: Agent, server: FtpServ
         wrong_format = "uci set apc.setting.apcTransferStatus=2;uci set apc.setting.apcTransferFailReason='[now] "
         assert (f"{wrong_format}{WRONG_FORMAT}';uci commit apc" in commands(device)) == (reported[0] == 2)
         assert log_lines(device)[-1].endswith("File is found...")
+
+    assert not device.host_path("/x").exists(), "an image is no command"
+    assert agent.log().count("the firmware image is not used") == 1
 
     # Without a file the checksum of the last one stands.
     failed = (2, NOT_FOUND, "unknown", md5(images["short.img"]))
@@ -219,6 +223,32 @@ def test_every_outcome_is_reported(device: Device, agent: Agent, server: FtpServ
     for value, load_flag, file_type in ((0, 1, 1), (1, 1, 2), (1, 3, 3)):
         agent.set_many([(LOAD_FLAG, "i", load_flag), (TYPE, "i", file_type), (DOWNLOAD, "i", value)])
     assert (outcome(agent), log_lines(device)) == (failed, before), "nothing was to be done"
+
+
+def test_a_description_in_quotes_is_no_command(device: Device, agent: Agent, server: FtpServer) -> None:
+    (server.files / "ap.img").write_bytes(image(b"AP v31_b140102"))
+    server.start()
+    provision(agent, server.port)
+    for description in ("'OpenWrt 22.03'", "x';touch /x;'"):
+        device.write("/etc/openwrt_release", f"DISTRIB_DESCRIPTION={description}\n")
+        agent.set(DOWNLOAD, "i", 1)
+        assert outcome(agent)[1].endswith("Current version:KelvAP ZOL(2011-11-11))"), description
+    assert not device.host_path("/x").exists()
+    assert agent.log().count("running firmware's version") == 1
+
+
+def test_what_is_written_goes_nowhere_else(device: Device, agent: Agent, server: FtpServer) -> None:
+    (server.files / "ap.img").write_bytes(image(b"AP v31_b140102"))
+    server.start()
+    provision(agent, server.port)
+    device.write("/etc/precious", "kept")
+    for link in ("/tmp/firmware.img", "/etc/log_pnar.txt"):
+        device.host_path(link).symlink_to("/etc/precious")
+    agent.set(DOWNLOAD, "i", 1)
+    assert device.read("/etc/precious") == "kept"
+    log = device.host_path("/etc/log_pnar.txt")
+    assert (log.is_symlink(), log.stat().st_mode & 0o777) == (False, 0o600), "it holds the password"
+    assert device.host_path("/tmp/firmware.img").stat().st_size == 4096
 
 
 def test_an_image_that_arrives_in_part(device: Device, agent: Agent, server: FtpServer) -> None:

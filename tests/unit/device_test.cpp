@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+#include "mib/device/device.hpp"
 #include "tests/unit/objects.hpp"
 #include "tests/unit/scripted_shell.hpp"
 
@@ -53,6 +58,60 @@ TEST(Device, UndoBringsTheCoordinatesBack) {
   EXPECT_EQ(set("stats_latitude", 7), 0);
   EXPECT_EQ(set_phase("stats_latitude", MODE_SET_UNDO, 7), 0);
   EXPECT_EQ(get("stats_latitude"), Value(-1000));
+}
+
+TEST(Device, AHostNameIsAppliedAgainOnlyIfItIsWhole) {
+  const std::string show = "uci show system.@system[0].hostname";
+  const std::string option = "system.cfg02e48a.hostname=";
+  const std::string longest(32, 'x');
+  struct Case {
+    const char *what;
+    std::string output;
+    /// The name that is applied; empty for none.
+    std::string applied;
+    int lines;
+  };
+  const Case cases[] = {
+      {"usual", option + "ap-lobby\n", "ap-lobby", 0},
+      {"odd", option + "a'b c;d&e|f\t#\n", "a'b c;d&e|f\t#", 0},
+      {"longest", option + longest + "\n", longest, 0},
+      {"too long", option + longest + "x\n", "", 1},
+      {"again too long", option + longest + "xx\n", "", 0},
+      {"good again", option + "ap\n", "ap", 0},
+      {"no name", "", "", 0},
+      {"empty", option + "\n", "", 0},
+      {"the whole section", "system.cfg02e48a=system\nsystem.cfg02e48a.log_size=514\n", "", 0},
+      {"another option", "system.cfg02e48a.xhostname=ap\n", "", 0},
+      {"back-quotes", option + "AP `touch /x`\n", "", 1},
+      {"a dollar", option + "AP $(touch /x)\n", "", 0},
+      {"good again", option + "ap\n", "ap", 0},
+      {"a double quote", option + "a\";touch /x;\"\n", "", 1},
+      {"a backslash", option + "a\\\n", "", 0},
+      {"quoted", option + "'ap'\n", "", 0},
+      {"two lines", option + "ap\n" + option + "ap\n", "", 0},
+      {"a short second line", option + "ap\nx\n", "", 0},
+      {"not to the end", option + "ap", "", 0},
+      {"with an equals sign", option + "a=b\n", "", 0},
+  };
+  const std::string store = testing::TempDir() + "zolarc-host-name";
+  setenv("ZOLARC_VALUE_STORE", store.c_str(), 1);
+  for (const auto &[what, output, applied, lines] : cases) {
+    SCOPED_TRACE(what);
+    ScriptedShell shell;
+    shell.answers(show, output);
+    testing::internal::CaptureStderr();
+    zol::apply_host_name();
+    const std::string logged = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(logged.begin(), logged.end(), '\n'), lines) << logged;
+    Commands expected{show};
+    if (!applied.empty()) {
+      expected.push_back("uci set system.@system[0].hostname=\"" + applied + "\";uci commit system");
+      expected.push_back("uci set snmpd.cfg10e48a.sysName=\"" + applied + "\";uci commit snmpd");
+    }
+    EXPECT_EQ(shell.commands(), expected);
+  }
+  for (const char *ending : {"", ".lock"}) remove((store + ending).c_str());
+  unsetenv("ZOLARC_VALUE_STORE");
 }
 
 }  // namespace

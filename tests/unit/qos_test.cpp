@@ -65,6 +65,21 @@ TEST(Qos, WithoutASelectedClientNothingIsSet) {
   for (const char *object : {"bandwidth_download", "bandwidth_upload"}) EXPECT_EQ(set(object, 1), SNMP_ERR_WRONGVALUE);
 }
 
+TEST(Qos, APackageNamedLikeACommandIsNotRun) {
+  for (const std::string name : {"a;touch${IFS}/x", "$(id)", "`id`", "a|b", "a&", "<a", "a>x", "a*", "[a]", "?", "'a",
+                                 "\"a", "a\\", "{a,b}", "#", "~", "a\tb", "(a)", "!a"}) {
+    SCOPED_TRACE(name);
+    ScriptedShell shell;
+    shell.answers(list, "qos.Default.classes=" + name + " Express\n");
+    EXPECT_EQ(get("bwidthpkg_download"), Value(0));
+    EXPECT_EQ(set("bwidthpkg_download", 5), SNMP_ERR_WRONGVALUE);
+    EXPECT_EQ(set_bandwidth_package("upload", name.c_str(), 5), 0);
+    EXPECT_EQ(get("bandwidth_package_index", 1), Value(1));
+    EXPECT_EQ(get("bandwidth_package_upload", 1), Value(0));
+    for (const std::string &command : shell.commands()) EXPECT_EQ(command, list);
+  }
+}
+
 TEST(ClientRules, AreToldFromAnAdministratorsSections) {
   const std::string sections =
       "qos.wan=interface\nqos.wan.enabled=1\n"
