@@ -239,8 +239,9 @@ std::span<const Unit> units_of(const char *lease) {
 
 /// @units minutes
 /// @syntax Integer32
-/// How long a lease lasts; 720 when it is not configured. Of a period in days that an administrator has written only
-/// the hours and minutes are read.
+/// How long a lease lasts; 720 when it is not configured. A SET writes minutes. Of what an administrator may have
+/// written, '12h', '90m', '1h30m' and '1d2h30m' read as they are, '2d5h' reads as 2 hours, and days alone or a number
+/// without a unit as 720 minutes.
 ZOL_INTEGER(dhcp_leaseperiod, .oid = {10, 8}, .accepts = range(15, 31 * 24 * 60));
 
 int get_dhcp_leaseperiod(int32_t *minutes) {

@@ -30,8 +30,9 @@ bool contains(std::string_view text, const char *part) { return text.find(part) 
 
 }  // namespace
 
-/// The time zone as a row of the library's table of zones in the order of their names, -1 for UTC (options timezone and
-/// zonename of the system). A zone that the table does not hold answers -1.
+/// The time zone (options timezone and zonename of the system) as a row, from 0, of the library's table of zones in the
+/// order of their names. The first row that holds both texts is answered, and a missing option is held by every row: 0
+/// without both. -1 stands for UTC, and is answered for a zone that no row holds. A SET of -1 deletes the zone's name.
 ZOL_INTEGER(time_zone, .oid = {14, 2}, .accepts = range(utc, zone_count - 1));
 
 int get_time_zone(int32_t *zone) {

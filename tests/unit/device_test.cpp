@@ -64,14 +64,14 @@ TEST(Device, AHostNameIsAppliedAgainOnlyIfItIsWhole) {
   const std::string show = "uci show system.@system[0].hostname";
   const std::string option = "system.cfg02e48a.hostname=";
   const std::string longest(32, 'x');
-  struct Case {
+  struct Name {
     const char *what;
     std::string output;
     /// The name that is applied; empty for none.
     std::string applied;
     int lines;
   };
-  const Case cases[] = {
+  const Name names[] = {
       {"usual", option + "ap-lobby\n", "ap-lobby", 0},
       {"odd", option + "a'b c;d&e|f\t#\n", "a'b c;d&e|f\t#", 0},
       {"longest", option + longest + "\n", longest, 0},
@@ -95,7 +95,7 @@ TEST(Device, AHostNameIsAppliedAgainOnlyIfItIsWhole) {
   };
   const std::string store = testing::TempDir() + "zolarc-host-name";
   setenv("ZOLARC_VALUE_STORE", store.c_str(), 1);
-  for (const auto &[what, output, applied, lines] : cases) {
+  for (const auto &[what, output, applied, lines] : names) {
     SCOPED_TRACE(what);
     ScriptedShell shell;
     shell.answers(show, output);
