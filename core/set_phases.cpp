@@ -32,11 +32,13 @@ int in_phase(int phase, Check check, Apply apply, Undo bring_back) {
 int IntegerSetter::reserve(const unsigned char *bytes, unsigned char type, size_t length) {
   if (const int refusal = check_integer(type, length)) return refusal;
   pending_ = integer_at(bytes, length);
-  return accepts_(pending_) && (settable_ == nullptr || settable_()) ? SNMP_ERR_NOERROR : SNMP_ERR_WRONGVALUE;
+  is_pending_ = accepts_(pending_) && (settable_ == nullptr || settable_());
+  return is_pending_ ? SNMP_ERR_NOERROR : SNMP_ERR_WRONGVALUE;
 }
 
 int IntegerSetter::write(int phase, const unsigned char *bytes, unsigned char type, size_t length) {
   const Request request(object_);
+  if (phase >= action) is_pending_ = false;
   const auto apply = [this] {
     before_ = *value_;
     *value_ = pending_;

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "core/address.hpp"
@@ -23,6 +24,9 @@ class IntegerSetter {
 
   int write(int phase, const unsigned char *bytes, unsigned char type, size_t length);
 
+  /// What the request that is being served would set, from its check to its action.
+  [[nodiscard]] std::optional<int32_t> pending() const { return is_pending_ ? std::optional(pending_) : std::nullopt; }
+
  protected:
   [[nodiscard]] int32_t *value() const { return value_; }
 
@@ -36,6 +40,7 @@ class IntegerSetter {
   bool (*settable_)();
   int32_t pending_ = 0;
   int32_t before_ = 0;
+  bool is_pending_ = false;
 };
 
 /// IpAddress: four octets in network byte order, kept with the first one in the top byte.

@@ -20,6 +20,10 @@ const Snapshot *previous_stations();
 /// Whether there was a complete collection yet.
 bool any_collection();
 
+/// The address of a station's lease, matched by all six octets. One that the collection has not found is looked for in
+/// "cat /var/dhcp.leases". Nothing without a lease.
+std::optional<Ipv4> lease_of(const Mac &mac);
+
 /// Has `hook` called on the agent's thread after each collection that is taken over. Once for each function, at most
 /// four.
 void after_collections(void (*hook)());
