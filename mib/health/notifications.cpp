@@ -108,7 +108,14 @@ class Notification {
   Notification &with(Carried what, const char *text) { return with(what, text_answer(text)); }
   Notification &with(Carried what, uint8_t type, uint32_t number) { return add(what, type, &number, sizeof number); }
 
-  void send() { send_v2trap(bindings_); }
+  /// The agent would keep each of the last thousand for its own table of them, in more memory than a device can spare.
+  void send() {
+    constexpr int application = NETSNMP_DS_APPLICATION_ID;
+    const int kept_out = netsnmp_ds_get_boolean(application, NETSNMP_DS_APP_DONT_LOG);
+    netsnmp_ds_set_boolean(application, NETSNMP_DS_APP_DONT_LOG, 1);
+    send_v2trap(bindings_);
+    netsnmp_ds_set_boolean(application, NETSNMP_DS_APP_DONT_LOG, kept_out);
+  }
 
  private:
   Notification &add(uint8_t what, uint8_t type, const void *value, size_t length) {
