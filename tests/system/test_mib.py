@@ -29,7 +29,7 @@ def smi_tool(tmp_path: Path) -> Callable[..., str]:
     return run
 
 
-@pytest.mark.parametrize("file", [made.MIB, made.MANUAL], ids=lambda file: file.path.name)
+@pytest.mark.parametrize("file", [made.MIB, made.MANUAL, made.EXPORTER, made.EXPORTER_SINCE_0_23], ids=lambda file: file.path.name)
 def test_is_what_the_declarations_say(build_dir: Path, file: made.Made) -> None:
     objects = load(build_dir / "list-objects")
     stale = file.difference(file.render(objects, build_dir), objects)
