@@ -149,7 +149,7 @@ class Fleet:
         self.interval = interval
         shutil.rmtree(self.folder, ignore_errors=True)
         self.folder.mkdir(parents=True)
-        self.build = build
+        self.build = build.resolve()
         self.notifications = self.folder / "notifications.log"
         """What the devices have notified, a line each."""
         self.members: list[Member] = []
