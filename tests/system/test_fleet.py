@@ -94,6 +94,7 @@ def test_every_fault_is_told_and_its_repair_too(fleet: Fleet) -> None:
     for member, fault in ((noisy, "noisy"), (noisy, "radio off"), (hung, "hung"), (silent, "silent")):
         member.seed(fault)
     wait_until(lambda: told(fleet) >= expected, "every alert", PATIENCE)
+    assert re.search(r"127\.0\.1\.2: commands of top do not end in time \(\d+ so far\)", fleet.notifications.read_text())
     for member in fleet.members:
         member.repair()
     wait_until(lambda: not told(fleet) & expected, "every alert to be over", PATIENCE)
@@ -112,7 +113,6 @@ def test_notifications_become_lines_and_alerts(fleet: Fleet) -> None:
     here.leave(mac)
     there.join(mac, "wanderer", -61)
     wait_until(lambda: noted(here, "left") and noted(there, "joined"), "its roaming to be noted", 60)
-    assert re.search(r"127\.0\.1\.2: commands of top do not end in time \(\d+ so far\)", fleet.notifications.read_text())
 
 
 def test_every_kind_of_notification_is_readable(fleet: Fleet, tmp_path: Path) -> None:
