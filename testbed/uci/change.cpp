@@ -34,6 +34,9 @@ std::optional<Change> set(Change change, Package &package, Section *section, Opt
     package.add_named(value, change.section);
   } else {
     if (newer && section->type == value) return std::nullopt;
+    // The newer command makes the section anew for a type of another length, and then its made-up name is one to be
+    // kept.
+    if (newer && section->type.size() != value.size()) section->anonymous = false;
     section->type = value;
   }
   return change;
