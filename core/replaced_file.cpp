@@ -79,7 +79,7 @@ void sync_directory_of(const char *path) {
 
 }  // namespace
 
-FileLock::FileLock(const char *path) : descriptor_(-1) {
+FileLock::FileLock(const char *path) {
   for (;;) {
     descriptor_ = open(path, O_RDONLY | O_CLOEXEC);
     if (descriptor_ == -1) return;

@@ -24,7 +24,7 @@ class FileLock {
   [[nodiscard]] int descriptor() const { return descriptor_; }
 
  private:
-  int descriptor_;
+  int descriptor_ = -1;
 };
 
 /// Reads all that `descriptor` holds into `arena`. @return null, and errno, when it cannot
