@@ -18,11 +18,11 @@ constinit std::atomic<bool> collections_hurry = false;
 
 }  // namespace
 
-Deadline::Deadline(int64_t milliseconds) : at_(milliseconds == 0 ? INT64_MAX : now_ms() + milliseconds) {
+Deadline::Deadline(int64_t milliseconds) : at_(milliseconds == 0 ? INT64_MAX : monotonic_ms() + milliseconds) {
   look_up(false);
 }
 
-int Deadline::slice(int most) const { return static_cast<int>(std::clamp<int64_t>(at_ - now_ms(), 0, most)); }
+int Deadline::slice(int most) const { return static_cast<int>(std::clamp<int64_t>(at_ - monotonic_ms(), 0, most)); }
 
 void Deadline::look_up(bool interrupted) {
   const bool of_the_agent = Request::current() != nullptr;
@@ -32,7 +32,7 @@ void Deadline::look_up(bool interrupted) {
 void Deadline::draw_near(int64_t milliseconds) {
   if (cut_short_) return;
   cut_short_ = true;
-  at_ = std::min(at_, now_ms() + milliseconds);
+  at_ = std::min(at_, monotonic_ms() + milliseconds);
 }
 
 void hurry_collections(bool hurry) { collections_hurry = hurry; }

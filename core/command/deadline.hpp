@@ -6,9 +6,6 @@
 
 namespace zol {
 
-/// Milliseconds of a clock that is never set, to reckon with.
-inline int64_t now_ms() { return static_cast<int64_t>(monotonic_ms()); }
-
 /// A point in time up to which something is waited for. It draws near when the agent is asked to end or to read its
 /// configuration anew, and when the collections are given up: then nothing is worth a wait.
 class Deadline {
@@ -16,7 +13,7 @@ class Deadline {
   /// `milliseconds` from now; 0 is never.
   explicit Deadline(int64_t milliseconds);
 
-  [[nodiscard]] bool passed() const { return at_ <= now_ms(); }
+  [[nodiscard]] bool passed() const { return at_ <= monotonic_ms(); }
   /// Whether it was drawn near.
   [[nodiscard]] bool cut_short() const { return cut_short_; }
   /// How long to wait at a time, for poll(): at most `most`, never for ever.

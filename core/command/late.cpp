@@ -91,7 +91,7 @@ int64_t try_ms(const Program &program, int64_t shortest) {
 }
 
 std::optional<int64_t> decide(const char *text, int64_t deadline_ms) {
-  const int64_t now = now_ms();
+  const int64_t now = monotonic_ms();
   if (rests(hash_of_text(text), now)) return std::nullopt;
   const int64_t shortest = std::max(short_ms, deadline_ms / try_share);
   Program *program = find_program(hash_of_program(text));
@@ -135,7 +135,7 @@ void remember(const char *text, int64_t waited_ms, int64_t deadline_ms) {
   became_late();
   {
     const Lock lock(guard);
-    const int64_t now = now_ms();
+    const int64_t now = monotonic_ms();
     any_late = true;
     texts[next_text++ % texts.size()] = {hash_of_text(text), now + rest_ms};
     if (Request::current() != nullptr) losses[next_loss++ % losses.size()] = {now, waited_ms};

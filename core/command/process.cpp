@@ -298,7 +298,7 @@ void end(pid_t pid) {
   if (pid <= 0) return;
   kill(-pid, SIGTERM);
   constexpr int64_t grace_ms = 1000;
-  if (enlist(pid, now_ms() + grace_ms)) return;
+  if (enlist(pid, monotonic_ms() + grace_ms)) return;
   log_line("too many commands do not end: one more is left to itself");
   kill(-pid, SIGKILL);
 }
@@ -314,7 +314,7 @@ void tend() {
     if (one.pid == 0) continue;
     if (one.kill_at != never) {
       // Not before: as long as the first of a group is not taken leave of, no other group can have its number.
-      if (one.kill_at > now_ms()) continue;
+      if (one.kill_at > monotonic_ms()) continue;
       kill(-one.pid, SIGKILL);
     }
     if (waitpid(one.pid, nullptr, WNOHANG) == 0) continue;

@@ -97,7 +97,7 @@ void LineReader::run(const Limits &limits) {
   child_ = process::start_reading(command_.text(), process::Through::what_it_needs);
   started_ = child_.pid != -1;
   tell_failure(!started_);
-  started_at_ = now_ms();
+  started_at_ = monotonic_ms();
   deadline_ = Deadline(*time);
 }
 
@@ -119,7 +119,7 @@ void LineReader::run_and_keep(const Limits &limits, const kept::Sources &sources
 void LineReader::give_up() {
   late_ = true;
   if (!deadline_.cut_short()) {
-    late::remember(command_.text(), now_ms() - started_at_, deadline_ms_);
+    late::remember(command_.text(), monotonic_ms() - started_at_, deadline_ms_);
   } else if (Request *request = Request::current()) {
     request->became_late();
   }

@@ -258,7 +258,7 @@ TEST(Start, TheAgentsSignalsStayWithTheAgent) {
 
 /// How long `action` takes, in seconds.
 double seconds_of(const std::function<void()> &action) {
-  const uint64_t begin = zol::monotonic_ms();
+  const int64_t begin = zol::monotonic_ms();
   action();
   return static_cast<double>(zol::monotonic_ms() - begin) / 1000;
 }
