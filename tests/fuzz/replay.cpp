@@ -12,7 +12,7 @@ int main(int count, char **arguments) {
   size_t replayed = 0;
   for (int i = 1; i < count; ++i) {
     for (const auto &entry : std::filesystem::directory_iterator(arguments[i])) {
-      std::string input(entry.file_size(), '\0');
+      std::string input(static_cast<size_t>(entry.file_size()), '\0');
       std::ifstream(entry.path(), std::ios::binary).read(input.data(), static_cast<std::streamsize>(input.size()));
       // Named before it is tried: it is the last one named when the program ends here.
       puts(entry.path().c_str());

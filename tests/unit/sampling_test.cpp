@@ -47,7 +47,7 @@ std::atomic<bool> moves_on = false;
 
 /// A pause of the test's own.
 void pause_for(std::chrono::nanoseconds length) {
-  const timespec wanted{length / 1s, length % 1s / 1ns};
+  const timespec wanted{static_cast<time_t>(length / 1s), static_cast<long>(length % 1s / 1ns)};
   clock_nanosleep(CLOCK_MONOTONIC, 0, &wanted, nullptr);
 }
 
