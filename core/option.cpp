@@ -35,32 +35,38 @@ namespace zol {
 
 Value::Value(const char *line) : line_(line) { copy_field(text_, line, 1, '='); }
 
-bool Value::is(const char *text) const { return strcmp(text_.data(), text) == 0; }
+bool Value::is(const char *text, Part part) const { return strcmp((this->*part)(), text) == 0; }
 
-std::optional<int32_t> Value::number() const {
-  const char *digits = text_after(line_, "=");
-  return digits == nullptr ? std::nullopt : scan_int32(digits);
+const char *Value::rest() const {
+  const char *behind = text_after(line_, "=");
+  return behind == nullptr ? "" : behind;
+}
+
+std::optional<int32_t> Value::number(Part part) const {
+  const char *digits = (this->*part)();
+  return scan_int32(digits);
 }
 
 bool Value::in_line_with(const char *part) const { return strstr(line_, part) != nullptr; }
 
 int read_option(const char *key, std::span<char> text) { return find_option(key, text) == Found::no_command ? -1 : 0; }
 
-int read_number(LineReader &&output, int32_t preset, int32_t *number) {
+int read_number(LineReader &&output, int32_t preset, int32_t *number, Value::Part part) {
   *number = preset;
-  return take_first(std::move(output), [=](const Value &value) { *number = value.number().value_or(preset); });
+  return take_first(std::move(output), [=](const Value &value) { *number = value.number(part).value_or(preset); });
 }
 
-int find_number(LineReader &&output, const char *marker, int32_t preset, int32_t *number) {
+int find_number(LineReader &&output, const char *marker, int32_t preset, int32_t *number, Value::Part part) {
   *number = preset;
-  return take_found(std::move(output), marker, [=](const Value &value) { *number = value.number().value_or(preset); });
+  return take_found(std::move(output), marker,
+                    [=](const Value &value) { *number = value.number(part).value_or(preset); });
 }
 
-int read_flag(LineReader &&output, int32_t preset, int32_t *state, size_t shortest) {
+int read_flag(LineReader &&output, int32_t preset, int32_t *state, size_t shortest, Value::Part part) {
   *state = preset;
   const auto take = [=](const Value &value) {
-    if (value.is("1")) *state = on;
-    if (value.is("0")) *state = off;
+    if (value.is("1", part)) *state = on;
+    if (value.is("0", part)) *state = off;
   };
   return take_all(std::move(output), take, shortest);
 }

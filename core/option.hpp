@@ -34,14 +34,19 @@ constexpr size_t shortest_line = 6;
 /// The value in a line "<option>=<value>".
 class Value {
  public:
+  /// What of the line is looked at.
+  using Part = const char *(Value::*)() const;
+
   explicit Value(const char *line);
 
   [[nodiscard]] const char *line() const { return line_; }
-  /// What follows the first "=", up to another one; empty when there is none.
+  /// The second field of the line split at "=", where several in a row count as one; empty when there is none.
   [[nodiscard]] const char *text() const { return text_.data(); }
-  [[nodiscard]] bool is(const char *text) const;
-  /// The number right behind the first "=", if there is one.
-  [[nodiscard]] std::optional<int32_t> number() const;
+  /// All that follows the first "="; empty when there is none.
+  [[nodiscard]] const char *rest() const;
+  [[nodiscard]] bool is(const char *text, Part part = &Value::text) const;
+  /// The number that it begins with, if it does.
+  [[nodiscard]] std::optional<int32_t> number(Part part = &Value::text) const;
   /// Whether the line holds `part`, wherever it stands.
   [[nodiscard]] bool in_line_with(const char *part) const;
 
@@ -56,14 +61,16 @@ class Value {
 int read_option(const char *key, std::span<char> text);
 
 /// The number in the first line; `preset` without one.
-int read_number(LineReader &&output, int32_t preset, int32_t *number);
+int read_number(LineReader &&output, int32_t preset, int32_t *number, Value::Part part = &Value::text);
 
 /// The number in the first line that holds `marker`; `preset` without one.
-int find_number(LineReader &&output, const char *marker, int32_t preset, int32_t *number);
+int find_number(LineReader &&output, const char *marker, int32_t preset, int32_t *number,
+                Value::Part part = &Value::text);
 
 /// `on` for "1" and `off` for "0", by the last line that says either, up to one that has fewer than `shortest`
 /// characters; `preset` without one.
-int read_flag(LineReader &&output, int32_t preset, int32_t *state, size_t shortest = 0);
+int read_flag(LineReader &&output, int32_t preset, int32_t *state, size_t shortest = 0,
+              Value::Part part = &Value::text);
 
 /// `on` when a line holds `enabled`, else `off`.
 int read_switch(LineReader &&output, const char *enabled, int32_t *state);

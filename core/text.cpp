@@ -108,9 +108,9 @@ std::optional<int32_t> scan_int32(const char *&cursor) {
   return static_cast<int32_t>(static_cast<uint32_t>(number));
 }
 
-std::optional<int32_t> scan_second_number(const char *text, const char *label) {
+std::optional<int32_t> scan_second_number(const char *text, const char *label, const char *blanks) {
   if (!scan_int32(text)) return std::nullopt;
-  text = skip_blanks(text);
+  text += strspn(text, blanks);
   const size_t length = strlen(label);
   if (strncmp(text, label, length) != 0) return std::nullopt;
   text += length;

@@ -49,9 +49,9 @@ int32_t to_int32(const char *text);
 /// Wraps as `to_int32` does.
 std::optional<int32_t> scan_int32(const char *&cursor);
 
-/// The number behind `label`, which follows another number at `text`, with or without blanks between: the errors in
+/// The number behind `label`, which follows another number at `text`, with or without `blanks` between: the errors in
 /// "1234 errors:5". Nothing where something else stands there.
-std::optional<int32_t> scan_second_number(const char *text, const char *label);
+std::optional<int32_t> scan_second_number(const char *text, const char *label, const char *blanks = " \t\v\f\r");
 
 /// The text behind its first `count` words and the blanks before them.
 const char *skip_words(const char *text, int count);

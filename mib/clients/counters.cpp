@@ -40,7 +40,7 @@ int read_errors(LineReader &&output, int32_t *out) {
   if (!output) return -1;
   const char *text = behind_colons(output, 1);
   if (text == nullptr) return 0;
-  if (const auto errors = scan_second_number(text, "errors:")) *out = *errors;
+  if (const auto errors = scan_second_number(text, "errors:", " \t")) *out = *errors;
   return 0;
 }
 

@@ -27,7 +27,7 @@ int set_qos_enabled(int32_t enabled) {
 /// The bandwidth of the WAN for sending (qos.wan.upload); 0 when it is not configured.
 ZOL_INTEGER(qos_bandwidthupload, .oid = {13, 2}, .accepts = range(0, 65535));
 int get_qos_bandwidthupload(int32_t *limit) {
-  return find_number(CommandOutput("uci show qos.wan.upload"), "wan.upload=", 0, limit);
+  return find_number(CommandOutput("uci show qos.wan.upload"), "wan.upload=", 0, limit, &Value::rest);
 }
 int set_qos_bandwidthupload(int32_t limit) { return store_number("qos.wan.upload", limit); }
 
@@ -35,6 +35,6 @@ int set_qos_bandwidthupload(int32_t limit) { return store_number("qos.wan.upload
 /// The bandwidth of the WAN for reception (qos.wan.download); 0 when it is not configured.
 ZOL_INTEGER(qos_bandwidthdownload, .oid = {13, 3}, .accepts = range(0, 65535));
 int get_qos_bandwidthdownload(int32_t *limit) {
-  return find_number(CommandOutput("uci show qos.wan.download"), "wan.download=", 0, limit);
+  return find_number(CommandOutput("uci show qos.wan.download"), "wan.download=", 0, limit, &Value::rest);
 }
 int set_qos_bandwidthdownload(int32_t limit) { return store_number("qos.wan.download", limit); }

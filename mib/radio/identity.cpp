@@ -131,7 +131,7 @@ int set_wlan_ssid(const char *ssid) { return store_text({"wireless.@wifi-iface[%
 ZOL_INTEGER(wlan_countrycode, .oid = {3, 1, 5}, .accepts = range(0, 887));
 
 int get_wlan_countrycode(int32_t *code) {
-  return read_number(CommandOutput("uci show wireless | grep \"wifi%d.country=\"", wlan_index), 0, code);
+  return read_number(CommandOutput("uci show wireless | grep \"wifi%d.country=\"", wlan_index), 0, code, &Value::rest);
 }
 
 int set_wlan_countrycode(int32_t code) { return store_number({"wireless.wifi%d.country", wlan_index}, code); }
@@ -141,7 +141,8 @@ int set_wlan_countrycode(int32_t code) { return store_number({"wireless.wifi%d.c
 ZOL_INTEGER(wlan_networkhidden, .oid = {3, 1, 14}, .accepts = range(1, 2));
 
 int get_wlan_networkhidden(int32_t *hidden) {
-  return read_flag(CommandOutput("uci show wireless | grep '\\[%d\\].hidden'", wlan_index), off, hidden, shortest_line);
+  return read_flag(CommandOutput("uci show wireless | grep '\\[%d\\].hidden'", wlan_index), off, hidden, shortest_line,
+                   &Value::rest);
 }
 
 int set_wlan_networkhidden(int32_t hidden) {

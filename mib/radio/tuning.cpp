@@ -51,7 +51,7 @@ int read_option(const NumberOption &option, int index, int32_t *number) {
   *number = option.preset;
   while (const char *found = output.find(option.marker)) {
     if (is_zero(option, found + strlen(option.marker))) continue;
-    *number = Value(output.line()).number().value_or(option.preset);
+    *number = Value(output.line()).number(&Value::rest).value_or(option.preset);
     break;
   }
   return 0;
@@ -111,8 +111,10 @@ RADIO_NUMBER(wlan_acktimeoutfixed, distance, .oid = {3, 1, 22}, .accepts = range
 ZOL_INTEGER(wlan_txpower, .oid = {3, 1, 15}, .accepts = range(0, 26));
 
 int get_wlan_txpower(int32_t *dbm) {
-  // Its maximum ("max") is no number.
-  return read_number(CommandOutput("uci show wireless.wifi%d.txpower", wlan_index), 0, dbm);
+  *dbm = 0;
+  return take_first(CommandOutput("uci show wireless.wifi%d.txpower", wlan_index), [dbm](const Value &value) {
+    if (!value.in_line_with("=max")) *dbm = value.number(&Value::rest).value_or(0);
+  });
 }
 
 int set_wlan_txpower(int32_t dbm) { return store_option(power, dbm); }
@@ -143,7 +145,7 @@ int set_chann_specwidth(int32_t width) {
 ZOL_INTEGER(wlan_acktimeoutauto, .oid = {3, 1, 21}, .accepts = range(1, 2));
 
 int get_wlan_acktimeoutauto(int32_t *timeout) {
-  return read_flag(CommandOutput("uci show wireless.wifi%d.autoack", wlan_index), off, timeout);
+  return read_flag(CommandOutput("uci show wireless.wifi%d.autoack", wlan_index), off, timeout, 0, &Value::rest);
 }
 
 int set_wlan_acktimeoutauto(int32_t timeout) {

@@ -99,7 +99,7 @@ int get_security_keyslot(int32_t *slot) {
   // A line about another option says that the slot is the first; without any line it stays what it was.
   output.keep_other_options();
   return take_first(std::move(output), [=](const Value &value) {
-    *slot = value.in_line_with(key.marker) ? value.number().value_or(0) : 1;
+    *slot = value.in_line_with(key.marker) ? value.number(&Value::rest).value_or(0) : 1;
   });
 }
 

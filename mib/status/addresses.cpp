@@ -38,7 +38,7 @@ Ipv4 second_address(const Value &value) {
   return scan_ipv4(second.data()).address;
 }
 
-Ipv4 plain_address(const Value &value) { return scan_ipv4(value.text()).address; }
+Ipv4 plain_address(const Value &value) { return scan_ipv4(value.rest()).address; }
 
 int read_address(LineReader &&output, Parse *parse, Ipv4 *address) {
   return take_first(

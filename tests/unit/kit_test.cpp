@@ -87,18 +87,30 @@ TEST(Numbers, WrapAtThirtyTwoBitsOnEveryMachine) {
   EXPECT_EQ(zol::scan_int32(cursor), std::nullopt);
 }
 
-TEST(Values, StandBehindTheFirstEqualsSign) {
+TEST(Values, AreTheSecondFieldOrTheRestOfTheLine) {
   const struct {
     const char *line;
     const char *text;
     std::optional<int32_t> number;
+    const char *rest;
+    std::optional<int32_t> number_of_rest;
   } cases[] = {
-      {"qos.wan.upload=512", "512", 512}, {"a.b.c=12 34", "12 34", 12}, {"a.b.c=-1=2", "-1", -1},
-      {"a.b.c==5", "5", std::nullopt},    {"a.b.c=", "", std::nullopt}, {"uci: Entry not found", "", std::nullopt},
+      {"qos.wan.upload=512", "512", 512, "512", 512},
+      {"a.b.c=12 34", "12 34", 12, "12 34", 12},
+      {"a.b.c=-1=2", "-1", -1, "-1=2", -1},
+      {"a.b.c==5", "5", 5, "=5", std::nullopt},
+      {"=a.b.c=5", "5", 5, "a.b.c=5", std::nullopt},
+      {"a.b.c=", "", std::nullopt, "", std::nullopt},
+      {"uci: Entry not found", "", std::nullopt, "", std::nullopt},
   };
-  for (const auto &[line, text, number] : cases) {
-    EXPECT_STREQ(zol::Value(line).text(), text) << line;
-    EXPECT_EQ(zol::Value(line).number(), number) << line;
+  for (const auto &[line, text, number, rest, number_of_rest] : cases) {
+    const zol::Value value(line);
+    EXPECT_STREQ(value.text(), text) << line;
+    EXPECT_EQ(value.number(), number) << line;
+    EXPECT_STREQ(value.rest(), rest) << line;
+    EXPECT_EQ(value.number(&zol::Value::rest), number_of_rest) << line;
+    EXPECT_EQ(value.is(text), true) << line;
+    EXPECT_EQ(value.is(text, &zol::Value::rest), strcmp(text, rest) == 0) << line;
   }
 }
 
