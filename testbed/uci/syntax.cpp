@@ -13,6 +13,18 @@ namespace {
 bool is_space(char c) { return isspace(static_cast<unsigned char>(c)) != 0; }
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
 
+std::string escaped(std::string_view text) {
+  std::string result;
+  for (const char c : text) {
+    if (c == '\'') {
+      result += "'\\''";
+    } else {
+      result += c;
+    }
+  }
+  return result;
+}
+
 /// A section is meant by its place: adding another may move all of them.
 constexpr size_t none = static_cast<size_t>(-1);
 
@@ -224,22 +236,12 @@ void parse(std::string_view text, Package &package) {
   }
 }
 
-std::string quoted(std::string_view text) {
-  std::string result = "'";
-  for (const char c : text) {
-    if (c == '\'') {
-      result += "'\\''";
-    } else {
-      result += c;
-    }
-  }
-  return result += '\'';
-}
+std::string quoted(std::string_view text) { return "'" + escaped(text) + "'"; }
 
 std::string format(const Package &package) {
   std::string text;
   for (const Section &section : package.sections()) {
-    text += "\nconfig " + section.type;
+    text += "\nconfig " + escaped(section.type);
     if (!section.anonymous) text += " " + quoted(section.name);
     text += '\n';
     for (const Option &option : section.options) {
