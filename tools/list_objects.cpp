@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <span>
 #include <string>
@@ -81,6 +82,19 @@ void print(const Entry &entry) {
 
 using Parse = void(const char *, char *);
 
+/// Whether a scalar goes on answering its token's value when the device has none: the reader is asked where no command
+/// is found.
+bool outlasts_a_get(const char *name, Parse *parse, const char *value, bool is_text) {
+  const std::string reader = "get_" + std::string(name);
+  auto *get = reinterpret_cast<int (*)(const void *)>(dlsym(RTLD_DEFAULT, reader.c_str()));
+  if (get == nullptr) return false;
+  std::string text = "3";
+  parse(name, text.data());
+  get(value);
+  constexpr int32_t number = 3;
+  return is_text ? text == value : memcmp(value, &number, sizeof number) == 0;
+}
+
 /// What a token keeps of a text is found out by handing it some.
 void print_token(const char *module, const char *name, Parse *parse) {
   const auto *value = static_cast<const char *>(dlsym(RTLD_DEFAULT, name));
@@ -94,10 +108,16 @@ void print_token(const char *module, const char *name, Parse *parse) {
     parse(name, text.data());
     whole = text == value;
   }
-  printf("%s\t%s\t%zu\t%s\n", module, name, kept > 0 && !whole ? kept - 1 : kept, whole ? "whole" : "");
+  const bool start = strcmp(module, name) == 0 && outlasts_a_get(name, parse, value, kept > 0);
+  printf("%s\t%s\t%zu\t%s\n", module, name, kept > 0 && !whole ? kept - 1 : kept,
+         whole   ? "whole"
+         : start ? "start"
+                 : "");
 }
 
 void print_tokens() {
+  setenv("PATH", "/nonexistent", 1);
+  setenv("ZOLARC_VALUE_STORE", "/nonexistent/values", 1);
   for (const zol::Module *module : zol::modules()) {
     const std::string parse = module->name + std::string("_parse_config");
     print_token(module->name, module->name, reinterpret_cast<Parse *>(dlsym(RTLD_DEFAULT, parse.c_str())));

@@ -51,15 +51,15 @@ class Tokens:
 
     def rows(self, chosen: str) -> str:
         wanted = chosen.split()
-        found = [(module, name, kept, whole) for module, name, kept, whole in self.tokens
+        found = [(module, name, kept, note) for module, name, kept, note in self.tokens
                  if module in wanted or (module == name and str(self.objects[name].oid[1]) in wanted)]
         found.sort(key=lambda token: self.place(token[0], token[1]))
-        return "".join(self.row(name, kept, whole) for _, name, kept, whole in found)
+        return "".join(self.row(name, kept, note) for _, name, kept, note in found)
 
-    def row(self, name: str, kept: str, whole: str) -> str:
+    def row(self, name: str, kept: str, note: str) -> str:
         item = self.objects.get(name)
         kind = f"text {kept}" if kept != "0" else "address" if item and item.type == "IpAddress" else "number"
-        mark = whole or ("held" if name in self.held else "")
+        mark = "held" if name in self.held else note
         return f".It Ic {name} Ta {kind} Ta {mark}".rstrip() + "\n"
 
 

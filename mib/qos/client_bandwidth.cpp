@@ -162,11 +162,7 @@ std::optional<Mac> mac_of_row(int32_t number) {
 /// Selects the client that the row shows now: bandwidthMacaddr and the objects behind it mean this client, wherever its
 /// row moves, until the next SET. At first row 1 counts, whoever it shows.
 ZOL_INTEGER(bandwidth_index, .oid = {13, 5, 1, 1}, .accepts = range(1, rows), .initial = 1);
-
-int get_bandwidth_index(int32_t *row) {
-  *row = bandwidth_index;
-  return 0;
-}
+ZOL_HELD(bandwidth_index)
 
 int set_bandwidth_index(int32_t row) {
   selections = {Selection{row, mac_of_row(row)}, selections[0]};

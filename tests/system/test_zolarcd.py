@@ -197,7 +197,7 @@ def preset_length(library: ctypes.CDLL, symbols: dict[str, int], token: str) -> 
 def test_the_man_page_has_every_token(device: Device) -> None:
     load = f"dlmod {BUNDLE} /opt/zolarc/lib/{LIBRARY}\n"
     registered = set(re.findall(r"^\s+(\S+)\s+\1 value$", usage(device, load), re.MULTILINE))
-    rows = re.findall(r"^\.It Ic (\S+)(?: Ar text| Ta (number|address|text \d+) Ta(?: (held|whole))?)$",
+    rows = re.findall(r"^\.It Ic (\S+)(?: Ar text| Ta (number|address|text \d+) Ta(?: (held|start|whole))?)$",
                       MAN_PAGE.read_text(), re.MULTILINE)
     described = {token: (kind, note) for token, kind, note in rows}
     assert len(described) == len(rows)
