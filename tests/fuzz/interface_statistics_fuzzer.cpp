@@ -37,26 +37,27 @@ struct Figure {
   const char *format;
 };
 constexpr Figure figures[] = {
-    {get_zol_acktimeout_current, "ACK timeout  :", 1, "%d %*s"},
-    {get_zol_dfs_status, "DFS status   :", 1, "%d %*s"},
-    {get_zol_bit_rate, "Bit Rate:", 0, "%d %*s"},
-    {get_zol_wlantx_packets, "TX packets:", 0, "%d %*s"},
-    {get_zol_wlantx_bytes, "TX bytes:", 0, "%d %*s"},
-    {get_zol_wlantx_errors, "TX packets:", 0, "%*d errors:%d %*s"},
-    {get_zol_txexcess_retries, "Tx excessive retries:", 0, "%d %*s"},
-    {get_zol_missed_beacons, "Missed beacon:", 0, "%d %*s"},
-    {get_zol_wlanrx_packets, "RX packets:", 0, "%d %*s"},
-    {get_zol_wlanrx_bytes, "RX bytes:", 0, "%d %*s"},
-    {get_zol_wlanrx_errors, "RX packets:", 0, "%*d errors:%d %*s"},
-    {get_zol_rx_invalidNwid, "Rx invalid nwid:", 0, "%d %*s"},
-    {get_zol_rx_invalidCrypt, "Rx invalid crypt:", 0, "%d %*s"},
-    {get_zol_rx_invalidFrag, "Rx invalid frag:", 0, "%d %*s"},
+    {get_zol_acktimeout_current, "ACK timeout  :", 1, "%lld %*s"},
+    {get_zol_dfs_status, "DFS status   :", 1, "%lld %*s"},
+    {get_zol_bit_rate, "Bit Rate:", 0, "%lld %*s"},
+    {get_zol_wlantx_packets, "TX packets:", 0, "%lld %*s"},
+    {get_zol_wlantx_bytes, "TX bytes:", 0, "%lld %*s"},
+    {get_zol_wlantx_errors, "TX packets:", 0, "%*d errors:%lld %*s"},
+    {get_zol_txexcess_retries, "Tx excessive retries:", 0, "%lld %*s"},
+    {get_zol_missed_beacons, "Missed beacon:", 0, "%lld %*s"},
+    {get_zol_wlanrx_packets, "RX packets:", 0, "%lld %*s"},
+    {get_zol_wlanrx_bytes, "RX bytes:", 0, "%lld %*s"},
+    {get_zol_wlanrx_errors, "RX packets:", 0, "%*d errors:%lld %*s"},
+    {get_zol_rx_invalidNwid, "Rx invalid nwid:", 0, "%lld %*s"},
+    {get_zol_rx_invalidCrypt, "Rx invalid crypt:", 0, "%lld %*s"},
+    {get_zol_rx_invalidFrag, "Rx invalid frag:", 0, "%lld %*s"},
 };
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 int32_t expected(const Figure &figure, const Lines &lines) {
-  int32_t value = 0;
+  // Wide, for what does not fit is cut alike on every machine.
+  long long value = 0;
   for (const std::string &line : lines) {
     const size_t label = line.find(figure.label);
     if (label == std::string::npos) continue;
@@ -64,7 +65,7 @@ int32_t expected(const Figure &figure, const Lines &lines) {
     sscanf(line.c_str() + start, figure.format, &value);
     break;
   }
-  return value;
+  return static_cast<int32_t>(value);
 }
 #pragma GCC diagnostic pop
 

@@ -24,6 +24,7 @@
 #include "core/command/late.hpp"
 #include "core/command/request.hpp"
 #include "core/enterprise.hpp"
+#include "core/net_snmp.hpp"
 #include "core/switches.hpp"
 #include "tests/unit/scripted_shell.hpp"
 
@@ -98,6 +99,8 @@ TEST_F(Runners, ACommandThatDoesNotFitIsNeitherRunNorCut) {
                             {"run_system", run_system, false, 0},
                             {"run_script_background", run_script_background, true, -1},
                             {"run_script_background_return_pid", run_script_background_return_pid, true, -1}};
+  // An old agent's library would say that nobody has told it where to log.
+  snmp_enable_stderrlog();
   const std::string longest = tell() + std::string(255 - tell().size(), ' ');
   std::string many = tell();
   for (int i = 0; i < 31; ++i) many += " a";
@@ -185,6 +188,7 @@ TEST(LineReader, CutsLinesAsTheyAreReadAndDropsTheLastCharacter) {
 }
 
 TEST(LineReader, AnswersNothingWhenTheCommandCannotBeStarted) {
+  snmp_enable_stderrlog();
   ScriptedShell shell;
   shell.cannot_start();
   testing::internal::CaptureStderr();
