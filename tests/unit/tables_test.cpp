@@ -205,6 +205,11 @@ TEST(BridgeMembers, AreTheLinesWithANumberedInterface) {
   uint32_t count = 0;
   EXPECT_EQ(get_virtual_ap_num(&count), -56) << "the answer has eight bits";
   EXPECT_EQ(count, 200U);
+  std::string endless;
+  for (int line = 0; line < 60'000; ++line) endless += "ath1\n";
+  shell.answers("brctl show", endless);
+  EXPECT_EQ(get_virtual_ap_num(&count), 0) << "a list without an end";
+  EXPECT_EQ(count, 0);
   shell.cannot_start();
   EXPECT_EQ(get_virtual_ap_num(&count), -1);
   EXPECT_EQ(count, 0U);
