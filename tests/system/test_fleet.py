@@ -61,6 +61,7 @@ def snmp(program: str, member: Member, *arguments: str) -> list[str]:
 def test_what_is_shown_agrees_with_the_devices(fleet: Fleet, tmp_path: Path) -> None:
     member = fleet.members[0]
     names = ["apName.0", "fwVersion.0", "zolHealthStations.0"]
+    wait_until(lambda: "No Such" not in snmp("snmpwalk", member, "zolStationSignal")[0], "the first collection", PATIENCE)
     name, firmware, stations = snmp("snmpget", member, *names)
     signals = sorted(int(value) for value in snmp("snmpwalk", member, "zolStationSignal"))
     one = f'{{instance="{member.instance}"}}'

@@ -109,7 +109,7 @@ def test_switched_off_over_snmp_nothing_is_left(device: Device, agent: Agent) ->
 def talk(device: Device, lines: list[str]) -> str:
     """What the menu prints on a terminal, with a process in the background."""
     ours, theirs = pty.openpty()
-    command = [*device.sandbox(), "--", "/bin/busybox", "sh", "-c", "wdog --daemon; wdog; echo $?; sleep 5"]
+    command = [*device.sandbox(), "--", "/bin/busybox", "sh", "-c", "wdog --daemon; wdog; echo $?; sleep 60"]
     process = subprocess.Popen(command, stdin=theirs, stdout=theirs, stderr=theirs)
     os.close(theirs)
     seen = b""
@@ -166,8 +166,8 @@ def test_keys_without_a_terminal(device: Device) -> None:
     forecast = device.run(["wdog", "--dry-run=1767614400"])
     assert forecast.stdout == ("schedule --by-time=03:30\nreboot 2026-01-06 03:30:00 +0000\n"
                                "reboot 2026-01-07 03:30:00 +0000\nreboot 2026-01-08 03:30:00 +0000\nping off\n")
-    device.host_path("/etc/zolarc.values.lock").unlink()
-    device.host_path("/etc/zolarc.values.lock").mkdir()
+    device.host_path("/etc/zolarc.values").unlink()
+    device.host_path("/etc/zolarc.values").mkdir()
     assert device.run(["wdog", "--test=1", "1;6:n;s;~", "path=/etc"]).returncode == 1
     assert device.calls("uci") == []
 
