@@ -188,7 +188,6 @@ TEST(LineReader, CutsLinesAsTheyAreReadAndDropsTheLastCharacter) {
 }
 
 TEST(LineReader, AnswersNothingWhenTheCommandCannotBeStarted) {
-  snmp_enable_stderrlog();
   ScriptedShell shell;
   shell.cannot_start();
   testing::internal::CaptureStderr();

@@ -8,6 +8,8 @@
 #include <mutex>
 #include <utility>
 
+#include "core/net_snmp.hpp"
+
 namespace {
 
 ScriptedShell *current_shell = nullptr;
@@ -32,6 +34,8 @@ bool take(const char *command, bool reads, zol::process::Child &child) {
 
 ScriptedShell::ScriptedShell() : outer_(current_shell), before_(zol::process::set_stand_in(take)) {
   current_shell = this;
+  // Else an old agent's library would say first that nobody has told it where to log.
+  snmp_enable_stderrlog();
 }
 ScriptedShell::~ScriptedShell() {
   current_shell = outer_;

@@ -12,11 +12,10 @@
 #include "core/switches.hpp"
 #include "mib/health/health.hpp"
 #include "mib/stations/printed.hpp"
+#include "tests/unit/oid_order.hpp"
 #include "tests/unit/scripted_shell.hpp"
 
 namespace {
-
-using Oid = std::vector<oid>;
 
 /// Milliseconds of the clock that nobody sets, and the rows of the agent that is not there: each with its full name.
 int64_t now = 1000;
@@ -27,10 +26,12 @@ std::vector<std::string> sent;
 
 extern "C" {
 int clock_gettime(clockid_t, timespec *time) {
-  *time = {now / 1000, now % 1000 * 1'000'000};
+  *time = {static_cast<time_t>(now / 1000), static_cast<long>(now % 1000 * 1'000'000)};
   return 0;
 }
-int register_mib(const char *, const variable *added, size_t row_size, size_t count, const oid *prefix, size_t length) {
+// By another name, for not all releases declare it alike.
+int note_rows(const char *, const variable *, size_t, size_t, const oid *, size_t) __asm__("register_mib");
+int note_rows(const char *, const variable *added, size_t row_size, size_t count, const oid *prefix, size_t length) {
   for (size_t i = 0; i < count; ++i) {
     variable row{};
     memcpy(&row, reinterpret_cast<const char *>(added) + i * row_size, row_size);
@@ -317,12 +318,12 @@ TEST_F(Collections, AreWalkedOverWhatIsNotThere) {
   counts(0, "0:b:6b:a:1:f:\n tx_bytes 4294967297\n");
   zol::make_collection();
   zol::take_over_collection();
-  std::sort(rows.begin(), rows.end(), [](const auto &a, const auto &b) { return a.first < b.first; });
+  std::sort(rows.begin(), rows.end(), [](const auto &a, const auto &b) { return OidOrder{}(a.first, b.first); });
   const Oid entry(rows.front().first.begin(), rows.front().first.end() - 1);
   std::string walked;
   Oid name = entry;
   while (const auto found = ask(name, false)) {
-    ASSERT_LT(name, found->first);
+    ASSERT_TRUE(OidOrder{}(name, found->first));
     name = found->first;
     if (!std::equal(entry.begin(), entry.end(), name.begin())) break;
     EXPECT_EQ(ask(name, true)->second, found->second);
