@@ -19,7 +19,9 @@ struct Conversion {
   /// The library's own text.
   bool own = false;
   bool has_precision_argument = false;
-  bool is_size = false;
+  int precision = -1;
+  /// How many a number is: a long is as large as a size.
+  int longs = 0;
   char letter = '\0';
 };
 
@@ -30,11 +32,15 @@ Conversion read_conversion(const char *text) {
     const char character = *conversion.end;
     if (character == '-') {
       conversion.own = true;
+    } else if (character == '.') {
+      conversion.precision = 0;
     } else if (character == '*') {
       conversion.has_precision_argument = true;
-    } else if (character == 'z') {
-      conversion.is_size = true;
-    } else if (strchr("0123456789.", character) == nullptr) {
+    } else if (character == 'l' || character == 'z') {
+      ++conversion.longs;
+    } else if (character >= '0' && character <= '9') {
+      if (conversion.precision >= 0) conversion.precision = 10 * conversion.precision + (character - '0');
+    } else if (strchr(" +#h", character) == nullptr) {
       conversion.letter = character;
       ++conversion.end;
       break;
@@ -137,6 +143,38 @@ void CommandText::add_escaped(const char *text, size_t length) {
 }
 
 void CommandText::append(const char *format, va_list arguments) {
+  if (guard_is_on()) {
+    append_guarded(format, arguments);
+  } else {
+    append_as_it_is(format, arguments);
+  }
+}
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+
+void CommandText::append_as_it_is(const char *format, va_list arguments) {
+  va_list again;
+  va_copy(again, arguments);
+  const size_t room = capacity_ - length_;
+  const int length = complete_ ? vsnprintf(text_ + length_, room, format, arguments) : -1;
+  if (length >= 0 && reserve(static_cast<size_t>(length))) {
+    if (static_cast<size_t>(length) >= room) vsnprintf(text_ + length_, capacity_ - length_, format, again);
+    length_ += static_cast<size_t>(length);
+  } else {
+    complete_ = false;
+  }
+  va_end(again);
+}
+
+void CommandText::append_guarded(const char *format, va_list arguments) {
+  const auto add_text = [this](const Conversion &conversion, const char *text, size_t length) {
+    if (conversion.own) {
+      add(text, length);
+    } else {
+      add_guarded(text, length);
+    }
+  };
   while (complete_ && *format != '\0') {
     const size_t literal = strcspn(format, "%");
     add_literal(format, literal);
@@ -144,34 +182,34 @@ void CommandText::append(const char *format, va_list arguments) {
     if (*format == '\0') return;
     const Conversion conversion = read_conversion(format);
     format = conversion.end;
-    const int most = conversion.has_precision_argument ? va_arg(arguments, int) : -1;
+    const int most = conversion.has_precision_argument ? va_arg(arguments, int) : conversion.precision;
+    char plain[16] = "";
+    char number[64] = "";
+    const auto length = static_cast<size_t>(format - conversion.begin);
+    memcpy(plain, conversion.begin, std::min(sizeof plain - 1, length));
     if (conversion.letter == 's') {
       const char *text = va_arg(arguments, const char *);
-      const size_t length = most < 0 ? strlen(text) : strnlen(text, static_cast<size_t>(most));
-      if (conversion.own || !guard_is_on()) {
-        add(text, length);
-      } else {
-        add_guarded(text, length);
-      }
-      continue;
-    }
-    if (conversion.letter == '%') {
+      if (text == nullptr) text = "(null)";
+      add_text(conversion, text, most < 0 ? strlen(text) : strnlen(text, static_cast<size_t>(most)));
+    } else if (conversion.letter == 'c') {
+      const auto character = static_cast<char>(va_arg(arguments, int));
+      add_text(conversion, &character, character == '\0' ? 0 : 1);
+    } else if (conversion.letter == '%') {
       add_literal("%", 1);
-      continue;
-    }
-    char plain[16] = "";
-    char number[32] = "";
-    memcpy(plain, conversion.begin, std::min<size_t>(sizeof plain - 1, static_cast<size_t>(format - conversion.begin)));
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    if (conversion.is_size) {
-      snprintf(number, sizeof number, plain, va_arg(arguments, size_t));
+    } else if (conversion.letter == '\0' || strchr("diuoxX", conversion.letter) == nullptr || length >= sizeof plain) {
+      log_line("a command was not run: %s cannot stand in it", plain);
+      complete_ = false;
+    } else if (conversion.longs == 1) {
+      snprintf(number, sizeof number, plain, va_arg(arguments, long));
+    } else if (conversion.longs > 1) {
+      snprintf(number, sizeof number, plain, va_arg(arguments, long long));
     } else {
       snprintf(number, sizeof number, plain, va_arg(arguments, int));
     }
-#pragma GCC diagnostic pop
     add(number, strlen(number));
   }
 }
+
+#pragma GCC diagnostic pop
 
 }  // namespace zol

@@ -8,12 +8,12 @@
 
 namespace zol {
 
-/// A command text, put together piece by piece, of any length. Formats are those of printf, with %c, %d, %i, %u, %x,
-/// %zu and %s. In a format
+/// A command text, put together piece by piece, of any length. Formats are those of printf; with the guard on the ones
+/// of whole numbers, %c and %s, and a text is not padded. In a format
 ///
 ///   %s    is a text from outside: a manager's, a file's, a program's. With the guard on it is escaped for the quoting
-///   that
-///         it stands in (bare, "...", '...'), so that it reaches the program as it is, whatever it holds;
+///         that it stands in (bare, "...", '...'), so that it reaches the program as it is, whatever it holds;
+///   %c    is one character of such a text;
 ///   %-s   is the library's own: the name of a section, a piece of a command. It is never changed.
 class CommandText {
  public:
@@ -39,6 +39,8 @@ class CommandText {
   enum class Quoting : unsigned char { bare, in_double, in_single };
 
   void add(const char *text, size_t length);
+  [[gnu::format(printf, 2, 0)]] void append_as_it_is(const char *format, va_list arguments);
+  [[gnu::format(printf, 2, 0)]] void append_guarded(const char *format, va_list arguments);
   void add_literal(const char *text, size_t length);
   void add_guarded(const char *text, size_t length);
   void add_hidden(const char *text, size_t length);

@@ -111,6 +111,22 @@ def test_a_guarded_text_arrives_as_it_was_sent(device: Device, guarded: Agent) -
     assert not device.host_path("/tmp/x").exists()
 
 
+def test_a_guarded_text_that_is_staged_arrives_as_it_was_sent(device: Device, guarded: Agent) -> None:
+    guarded.set("22.2.1.0", "i", 99)
+    guarded.set("22.3.1.0", "i", 99)
+    flags = "`;$;';\";*;|;&;>;<;(;);~;#;\\;!;{;};[;?; "
+    guarded.set("22.2.7.0", "s", flags)
+    guarded.set("22.3.3.0", "s", flags)
+    for payload in PAYLOADS:
+        guarded.set("22.2.9.0", "s", payload)
+        device.clear_journal()
+        guarded.set("22.4.0", "i", 1)
+        assert device.run("uci get vlan.@vlan[-1].desc").stdout == payload + "\n"
+        added = [call[2].partition("=")[2] for call in device.calls("uci") if call[1] == "add_list"]
+        assert added == 2 * [*flags[::2], *"0" * (32 - len(flags[::2]))]
+    assert not device.host_path("/tmp/x").exists()
+
+
 @pytest.mark.parametrize(("oid", "text"), [
     ("2.1.0", "two\nlines"), ("3.1.4.0", "\x7f"), ("20.14.0", "a $(touch /tmp/x)"), ("20.14.0", "a b;c"),
     ("18.2.0", "--by-time=9$:$0"), ("18.2.0", "--by-time=24:00"), ("2.7.0", "a\tb"),

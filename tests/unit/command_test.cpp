@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -311,6 +312,9 @@ TEST(Guard, ATextArrivesAsItIsWhateverStandsAroundIt) {
     EXPECT_EQ(first_line(zol::CommandOutput("printf \"[%%s]\" \"%s\"", text)), "[" + payload + "]");
     EXPECT_EQ(first_line(zol::CommandOutput("printf '[%%s]' =%s", text)), "[=" + payload + "]");
     EXPECT_EQ(first_line(zol::CommandOutput("printf '[%%s]' \"it's \\\"\"%s", text)), "[it's \"" + payload + "]");
+    for (const char character : payload) {
+      EXPECT_EQ(first_line(zol::CommandOutput("printf '[%%s]' =%c", character)), std::string("[=") + character + "]");
+    }
   }
 }
 
@@ -318,10 +322,11 @@ TEST(Guard, AnOrdinaryTextGivesTheUsualCommandAndTheLibrarysOwnIsLeftAlone) {
   for (const int on : {0, 1}) {
     const Switched guard("zolarcGuard", on);
     ScriptedShell shell;
-    zol::shell("uci set %-s=%s;x \"%s\" '%s' %%%c %d %.*s", "a.@b[0].c", "v_1./:@=,+%-", "two words", "it", 'c', -1, 2,
-               "abc");
+    zol::shell("uci set %-s=%s;x \"%s\" '%s' %%%c %d %.*s %.2s %ld %04llx %zu", "a.@b[0].c", "v_1./:@=,+%-",
+               "two words", "it", 'c', -1, 2, "abc", "abc", LONG_MIN, 171LL, size_t{7});
     EXPECT_EQ(shell.commands(),
-              std::vector<std::string>{"uci set a.@b[0].c=v_1./:@=,+%-;x \"two words\" 'it' %c -1 ab"});
+              std::vector<std::string>{"uci set a.@b[0].c=v_1./:@=,+%-;x \"two words\" 'it' %c -1 ab ab " +
+                                       std::to_string(LONG_MIN) + " 00ab 7"});
   }
 }
 
