@@ -9,13 +9,13 @@ from collections import Counter
 
 import pytest
 
-from conftest import AGENTX_MASTER, MIB_BASE, MIB_FILE
+from conftest import AGENTX_MASTER, MIB_BASE, MIB_FILE, fast_clock
 from testbed.device import Agent, Device, Program, wait_until
-from testbed.snmp import free_udp_port
+from testbed.snmp import SnmpError, free_udp_port
 
 EXTENSIONS = ".1.3.6.1.4.1.32473.8.2"
 TABLE, HEALTH = f"{EXTENSIONS}.1.1", f"{EXTENSIONS}.2"
-COMMANDS, LATE, JOINED, LEFT, COLLECTIONS, COLLECTION_TIME, STATIONS = 1, 4, 8, 9, 10, 11, 13
+COMMANDS, LATE, REFUSED, JOINED, LEFT, COLLECTIONS, COLLECTION_TIME, STATIONS = 1, 4, 5, 8, 9, 10, 11, 13
 CONF = "zolarcCollect 1\nzolarcNotifications named"
 
 
@@ -97,6 +97,21 @@ def test_stations_by_name(device: Device, host: str) -> None:
     assert receiver.count() == {"zolStationJoined": 2, "zolStationLeft": 2}
     # As SNMPv1 its enterprise is the extensions' root and its number the specific trap's.
     assert receiver.log().count("\nv1|ZOLARC-MIB::zolarcExtensions|6|ZOLARC-MIB::zolStation") == 4, receiver.log()
+
+
+def test_both_kinds_of_notifications_and_what_the_guard_refuses(device: Device) -> None:
+    receiver = Receiver(device)
+    conf = f"zolarcCollect 1\nzolarcNotifications both\nzolarcGuard yes\ntrapsink 127.0.0.1:{receiver.port} public"
+    agent = device.start_agent(conf=conf, env=fast_clock(20))
+    wait_until(lambda: agent.walk(TABLE) and len(agent.walk("5.1.1")) == 4, "both tables")
+    device.stations.leave("00:0b:6b:0a:01:02")
+    both = ("v1|ZOLARC-MIB::zolarcExtensions|6|ZOLARC-MIB::zolStationLeft|", "v1|SNMPv2-SMI::enterprises.8072.4|6|.2|")
+    wait_until(lambda: all(f"\n{trap}" in receiver.log() for trap in both), "both to tell of the one who left")
+    with pytest.raises(SnmpError, match="wrongValue"):
+        agent.set("2.1.0", "s", "two\nlines")
+    assert health(agent, REFUSED) == 1
+    refused = "zolGuardRefused|ZOLARC-MIB::zolNotifyObject.0 = STRING: apName\n"
+    wait_until(lambda: refused in receiver.log(), "the refusal to be told")
 
 
 def test_collections_that_fail_change_nothing(device: Device) -> None:
