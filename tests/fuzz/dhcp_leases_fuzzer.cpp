@@ -5,33 +5,26 @@
 
 #include "mib/tables/tables.hpp"
 #include "tests/fuzz/printed.hpp"
-#include "tests/unit/request.hpp"
+#include "tests/unit/objects.hpp"
 
-extern "C" {
-zol::FindMethod var_dhcpactive_table;
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
-}
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 namespace {
 
-std::optional<Answer> cell(oid column, oid row) {
-  constexpr unsigned char magics[] = {3, 1, 2, 4};
-  return get(var_dhcpactive_table, {11, 1, column, row}, magics[column - 1]);
-}
+constexpr const char *columns[] = {"zol_mac_active", "zol_host_active", "zol_lease_time", "zol_ip_active"};
+constexpr size_t longest[] = {6, 30, sizeof "4294967295 Days -23:-59:-59" - 1, 4};
 
 /// The number of rows that live.
-oid walk() {
-  oid rows = 0;
-  while (rows < zol::most_lease_records && cell(1, rows + 1)) ++rows;
-  for (oid row = 1; row <= zol::most_lease_records; ++row) {
-    for (oid column = 1; column <= 4; ++column) {
-      const auto answer = cell(column, row);
+int walk() {
+  int rows = 0;
+  while (rows < static_cast<int>(zol::most_lease_records) && get(columns[0], rows + 1)) ++rows;
+  for (int row = 1; row <= static_cast<int>(zol::most_lease_records); ++row) {
+    for (size_t column = 0; column < std::size(columns); ++column) {
+      const auto answer = get(columns[column], row);
       require(answer.has_value() == (row <= rows), "rows that live answer");
       if (!answer) continue;
-      const size_t length = answer->bytes.size();
-      constexpr size_t longest[] = {6, 30, sizeof "4294967295 Days -23:-59:-59" - 1, 4};
-      require(length <= longest[column - 1], "a value fits");
-      require(column != 3 || answer->bytes.find(" Days ") != std::string::npos, "a time is one");
+      require(answer->bytes.size() <= longest[column], "a value fits");
+      require(column != 2 || answer->bytes.find(" Days ") != std::string::npos, "a time is one");
     }
   }
   return rows;
@@ -40,12 +33,14 @@ oid walk() {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  registered_rows();
   printed.assign(reinterpret_cast<const char *>(data), size);
-  const oid rows = walk();
+  const int rows = walk();
   // Memory of its exact size, which a sanitizer guards.
   const auto records = std::make_unique<zol::LeaseRecord[]>(zol::most_lease_records);
   uint32_t count = 0;
-  require(get_zol_mac_active(records.get(), &count) == 0 && count == rows, "both ways find as many leases");
+  require(get_zol_mac_active(records.get(), &count) == 0 && static_cast<int>(count) == rows,
+          "both ways find as many leases");
 
   // Nothing of it stays.
   printed = "7 02:00:00:00:00:01 10.0.0.2 h *\n";

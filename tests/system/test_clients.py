@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import re
 import threading
 
 from conftest import ends_well, fast_clock
@@ -23,46 +22,6 @@ def stations(agent: Agent) -> list[str]:
 
 def listed(agent: Agent, expected: list[str]) -> None:
     wait_until(lambda: stations(agent) == expected, f"the table to list {expected}, not {stations(agent)}")
-
-
-def test_stations_appear_with_everything_that_is_known_of_them(device: Device) -> None:
-    # Neither interface exists for the kernel, so that the rows are in the order of the addresses.
-    rows = ["00:0b:6b:0a:01:02", "02:aa:bb:cc:01:0f", "02:aa:bb:cc:dd:ee", "f4:5c:89:10:20:30"]
-    agent = device.start_agent()
-    assert [value.oid for value in agent.walk(TABLE)] == []
-    listed(agent, rows)
-    expected = {
-        "2": [b"Harbour Lobby", b"warehouse", b"warehouse", b"Harbour Lobby"],
-        "3": [-48, -70, -77, -61],
-        "4": [b"-51,-52", b"-71,-77", b"-78,-84", b"-63,-66"],
-        "5": [-95] * 4,
-        "6": [130, 26, 13, 65],
-        "7": [117, 26, 6, 58],
-        "8": [98, 66, 41, 87],
-        "9": ["192.168.1.101", "192.168.1.104", "192.168.1.103", "192.168.1.102"],
-        "12": [10412, 4011, 93, 512],
-        "13": [2210334, 512334, 8812, 71224],
-        "14": [20100, 3920, 120, 911],
-        "15": [18233114, 702334, 11934, 402113],
-        "16": [3, 1, 1, 5],
-        "17": [3] * 4,
-        "18": [12] * 4,
-        "19": [7, 0, 0, 0],
-        "20": [3, 1, 1, 3],
-        "21": [2, 1, 1, 3],
-    }  # fmt: skip
-    for number, values in expected.items():
-        assert column(agent, number) == values, f"column {number}"
-    for text, minutes in zip(column(agent, "10"), [3, 13, 10, 6], strict=True):
-        assert re.fullmatch(rf"0 Days 00:{minutes:02d}:\d\d", text.decode())  # type: ignore[union-attr]
-
-    walked = agent.walk(TABLE)
-    assert len(walked) == 20 * 4
-    assert agent.bulkwalk(TABLE) == walked
-    assert agent.get(f"{TABLE}.3.1").oid == f"{TABLE}.3.1.0"
-    assert agent.get(f"{TABLE}.3.5.0").type.startswith("noSuch")
-    assert agent.get(f"{TABLE}.11.1.0").type.startswith("noSuch")
-    assert agent.getnext(f"{TABLE}.10.4.0").oid == f"{TABLE}.12.1.0"
 
 
 def test_the_table_and_the_traps_follow_the_stations(device: Device) -> None:

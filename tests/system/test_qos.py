@@ -1,4 +1,4 @@
-"""The traffic shaper over SNMP: its switch and limits, its packages, and the rules of single clients."""
+"""The traffic shaper over SNMP: its packages, and the rules of single clients."""
 
 from __future__ import annotations
 
@@ -7,7 +7,6 @@ import pytest
 from testbed.device import Agent, Device, wait_until
 from testbed.snmp import SnmpError
 
-ENABLED, UPLOAD, DOWNLOAD = "13.1.0", "13.2.0", "13.3.0"
 CLIENT, CLIENT_MAC, CLIENT_ADDRESS, CLIENT_DOWNLOAD, CLIENT_UPLOAD = (f"13.5.1.{arc}.0" for arc in range(1, 6))
 PACKAGE, PACKAGE_NAME, PACKAGE_DOWNLOAD, PACKAGE_UPLOAD = (f"13.7.1.{arc}.0" for arc in range(1, 5))
 
@@ -25,18 +24,6 @@ def changes(device: Device) -> list[str]:
     lines = [line for line in device.command_lines() if "qos" in line and not line.startswith("uci show")]
     device.clear_journal()
     return lines
-
-
-def test_the_shaper_is_switched_and_limited(device: Device, agent: Agent) -> None:
-    assert [agent.get(oid).value for oid in (ENABLED, UPLOAD, DOWNLOAD)] == [2, 1024, 8192]
-    agent.set_many([(UPLOAD, "i", 65535), (DOWNLOAD, "i", 0), (ENABLED, "i", 1)])
-    assert [agent.get(oid).value for oid in (ENABLED, UPLOAD, DOWNLOAD)] == [1, 65535, 0]
-    agent.set(ENABLED, "i", 2)
-    assert agent.get(ENABLED).value == 2
-    assert [call[1] for call in device.calls("qos")] == ["start", "enable", "stop", "disable"]
-    for option in ("upload", "download", "enabled"):
-        device.uci(f"delete qos.wan.{option}")
-    assert [agent.get(oid).value for oid in (ENABLED, UPLOAD, DOWNLOAD)] == [2, 0, 0]
 
 
 def test_packages_are_rated_anew(device: Device, agent: Agent) -> None:

@@ -9,18 +9,6 @@ from testbed.device import Agent, Device
 START = "uci show dhcp | grep 'start'"
 TURN_DHCP_ON = ("uci set dhcp.lan.ignore=0;uci commit dhcp;/etc/init.d/dnsmasq enable;killall dnsmasq;"
                 "/etc/init.d/dnsmasq start")
-A = "10.1.2.77"
-
-
-def test_the_lans_protocol_and_dns_servers_wait_for_a_commit(device: Device, agent: Agent) -> None:
-    before = device.read("/etc/config/network")
-    agent.set("8.1.1.0", "i", 1)
-    agent.set("8.1.5.0", "s", "1.1.1.1;9.9.9.9")
-    assert (agent.get("8.1.1.0").value, agent.get("8.1.5.0").text) == (1, "1.1.1.1;9.9.9.9")
-    assert device.read("/etc/config/network") == before
-    agent.set("10.5.0", "a", A)
-    assert "\toption proto 'dhcp'\n" in device.read("/etc/config/network")
-    assert "\toption dns '1.1.1.1 9.9.9.9'\n" in device.read("/etc/config/network")
 
 
 def test_a_pool_that_starts_at_nothing_is_replaced(device: Device, agent: Agent) -> None:
@@ -69,23 +57,3 @@ def test_a_device_moves_to_another_network(device: Device, agent: Agent) -> None
     told = {**{oid: value for oid, _, value in moves}, "10.2.0": "192.168.1.20", "10.3.0": "192.168.1.69"}
     for value in agent.get_many(list(told)):
         assert (value.text if isinstance(value.value, bytes) else value.value) == told[value.oid], value.oid
-
-
-def test_the_automatic_reboot_follows_its_schedule(device: Device, agent: Agent) -> None:
-    agent.set("18.2.0", "s", "--by-time=03:30")
-    agent.set("18.1.0", "i", 1)
-    agent.set("18.2.0", "s", "--by-hour=9")
-    agent.stop()
-    agent = device.start_agent(device.modules())
-    assert (agent.get("18.1.0").value, agent.get("18.2.0").text) == (1, "--by-hour=9")
-    assert [call for call in device.calls() if "autoreboot" in call[0]] == [
-        ["/etc/autoreboot_by_time", "03:30"], ["/etc/autoreboot_by_hour", "9"]]
-    device.clear_journal()
-    agent.set("18.1.0", "i", 2)
-    assert device.command_lines() == ['wdog --test=1 "~;1;6:n;~;2;1:0;s;e" path=/etc', "kill `pidof wdog`"]
-    assert device.calls("wdog") == [["wdog", "--test=1", "~;1;6:n;~;2;1:0;s;e", "path=/etc"]]
-
-
-def test_a_restart_ends_the_agent_after_its_answer(agent: Agent) -> None:
-    assert agent.set("17.4.0", "i", 1).value == 1
-    assert agent.wait() == 0

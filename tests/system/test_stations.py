@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import re
-import subprocess
 import time
 from collections import Counter
 
@@ -114,29 +113,6 @@ def test_both_kinds_of_notifications_and_what_the_guard_refuses(device: Device) 
     wait_until(lambda: refused in receiver.log(), "the refusal to be told")
 
 
-def test_collections_that_fail_change_nothing(device: Device) -> None:
-    receiver = Receiver(device)
-    conf = f"{CONF}\nzolarcDeadline 1\ntrap2sink 127.0.0.1:{receiver.port} public"
-    agent = device.start_agent(conf=conf)
-    wait_until(lambda: agent.walk(TABLE), "the stations")
-    names = [value.oid for value in agent.walk(f"{TABLE}.2")]
-    device.stations.leave("00:0b:6b:0a:01:02")
-    for broken in ({"status": 1}, {"delay": 30}):
-        device.override("wlanconfig ath1 list sta", **broken)
-        time.sleep(1)
-        before = health(agent, COLLECTIONS)
-        device.clear_journal()
-        wait_until(lambda: device.calls("wlanconfig"), "another try")
-        wait_until(lambda: "delay" not in broken or health(agent, LATE) > 0, "the command to be late")
-        assert (health(agent, COLLECTIONS), [value.oid for value in agent.walk(f"{TABLE}.2")]) == (before, names)
-    wait_until(lambda: receiver.told(), "the late command to be told")
-    assert re.fullmatch(r"zolCommandsLate zolNotifyProgram\.0 = STRING: wlanconfig\tzolNotifyLate\.0 = Counter32: \d+",
-                        receiver.told()[0])
-    device.override("wlanconfig ath1 list sta")
-    wait_until(lambda: health(agent, STATIONS) == 3, "the next complete collection", 60)
-    assert receiver.count()["zolStationLeft"] == 1
-
-
 def test_reuse_serves_both_tables_with_one_command_each(device: Device) -> None:
     conf = "zolarcReuse yes"
     agent = device.start_agent(conf=conf)
@@ -147,7 +123,7 @@ def test_reuse_serves_both_tables_with_one_command_each(device: Device) -> None:
     before = health(agent, COLLECTIONS)
     started, when = health(agent, COMMANDS), time.monotonic()
     device.clear_journal()
-    wait_until(lambda: health(agent, COLLECTIONS) >= before + 2, "two more collections", 60)
+    wait_until(lambda: health(agent, COLLECTIONS) >= before + 2, "two more collections")
     calls = [" ".join(call) for call in device.calls()]
     collections = calls.count("iwinfo ath0 assoclist")
     assert 2 <= collections <= 3
@@ -162,45 +138,3 @@ def test_extensions_can_be_missing(device: Device, conf: str | None) -> None:
     if conf:
         wait_until(lambda: agent.walk("5.1"), "the eight rows")
     assert agent.getnext(EXTENSIONS).oid.startswith(EXTENSIONS) is False
-
-
-def test_two_hundred_stations_come_and_go(device: Device) -> None:
-    for mac in device.stations.list():
-        device.stations.leave(mac)
-    device.set_state("interfaces/ath3", bridge="br-lan")
-
-    def station(number: int) -> str:
-        return f"02:00:00:00:{number // 256:02x}:{number % 256:02x}"
-
-    for number in range(200):
-        device.stations.join(station(number), f"ath{number % 4}", counters={"tx_bytes": number})
-    receiver = Receiver(device)
-    agent = device.start_agent(conf=f"{CONF}\nmaxGetbulkResponses 1000\ntrap2sink 127.0.0.1:{receiver.port} public")
-    wait_until(lambda: health(agent, STATIONS) == 200, "all stations")
-
-    # One PDU after the other, in which each station stands once and whole.
-    def ask() -> None:
-        command = ["snmpbulkget", "-v2c", "-cpublic", "-On", "-Cn0", "-Cr150", "-r0", "-t20", f"udp:127.0.0.1:{agent.port}",
-                   f"{TABLE}.2", f"{TABLE}.3", f"{TABLE}.13"]
-        answer = subprocess.run(command, capture_output=True, text=True, check=True, env=agent.environment).stdout
-        cells = {column: re.findall(rf"^{TABLE}\.{column}\.(\S+) =", answer, re.MULTILINE) for column in (2, 3, 13)}
-        assert cells[2] == cells[3] == cells[13] and len(cells[2]) == 150
-        assert len(set(cells[2])) == len(cells[2])
-
-    rss = first = changes = 0
-    for collection in range(60):
-        for number in range(40):
-            device.stations.leave(station(first + number))
-            device.stations.join(station(first + 200 + number), f"ath{number % 4}")
-        first += 40
-        changes += 40
-        before = health(agent, COLLECTIONS)
-        ask()
-        wait_until(lambda: health(agent, COLLECTIONS) > before, "the next collection")
-        if collection == 4:
-            rss = agent.rss_kib()
-    wait_until(lambda: (health(agent, JOINED), health(agent, LEFT)) == (changes, changes), "all changes")
-    assert device.sanitized or agent.rss_kib() - rss <= 256
-    wait_until(lambda: receiver.count()["zolStationJoined"] == changes, "all that joined to be told")
-    assert receiver.count()["zolStationLeft"] == changes
-    assert health(agent, COLLECTION_TIME) < 2000

@@ -13,7 +13,6 @@ from testbed.snmp import SnmpError
 
 REBOOT = "1.1.0"
 KERNEL = "2.4.0"
-UPTIME = "2.5.0"
 BUSY = "2.8.0"
 IDLE = "2.9.0"
 LAN_ADDRESS = "8.1.2.0"
@@ -22,43 +21,6 @@ CLOCK = "14.1.0"
 
 def text(agent: Agent, oid: str) -> str:
     return agent.get(oid).text
-
-
-def test_values_follow_the_device(device: Device) -> None:
-    device.set_state("", uptime="90061.93 12.00")
-    device.override("top", output="CPU:  1.5% usr  2.0% sys  0.0% nic 96.5% idle  0.0% io  0.0% irq  0.0% sirq\n")
-    device.set_state("interfaces/eth0.1", rx_bytes=3_000_000_000)
-    agent = device.start_agent()
-
-    def numbers() -> dict[str, object]:
-        ports = [f"9.{port}.{column}" for port in (1, 2) for column in (1, 4, 5, 6, 7)]
-        addresses = [f"8.{side}.{column}" for side in (1, 2) for column in (2, 3, 4)]
-        values = agent.get_many([f"{oid}.0" for oid in ["1.1", *addresses, *ports]])
-        return {value.oid.removesuffix(".0"): value.value for value in values}
-
-    expected = {
-        "1.1": 0,
-        "8.1.2": "192.168.1.1", "8.1.3": "255.255.255.0", "8.1.4": "192.168.1.254",
-        "8.2.2": "198.51.100.2", "8.2.3": "255.255.255.252", "8.2.4": "198.51.100.1",
-        "9.1.1": 1, "9.1.4": 3_000_000_000 - 2**32, "9.1.5": 8810023, "9.1.6": 0, "9.1.7": 0,
-        "9.2.1": 1, "9.2.4": 402113, "9.2.5": 298114, "9.2.6": 0, "9.2.7": 0,
-    }  # fmt: skip
-    assert numbers() == expected
-    assert (text(agent, BUSY), text(agent, IDLE)) == ("3.5%", "96.5%")
-    assert text(agent, UPTIME) == "1 Days 01:01:01"
-    assert agent.get("9.2.3.0").value == bytes.fromhex("000a521b2c2f")
-    assert {agent.get(f"9.{port}.{rate}.0").type for port in (1, 2) for rate in (8, 9)} == {"INTEGER"}
-
-    device.set_state("", uptime="86400.00 1.00")
-    device.override("top", output="")
-    device.uci("set network.lan.ipaddr=10.0.0.7")
-    device.uci("delete network.wan.gateway")
-    device.set_state("interfaces/eth0.1", up=0)
-    device.set_state("interfaces/eth0.2", rx_bytes=402114)
-    down = {"9.1.1": 0, "9.1.4": 0, "9.1.5": 0}
-    assert numbers() == {**expected, **down, "8.1.2": "10.0.0.7", "8.2.4": "0.0.0.0", "9.2.4": 402114}
-    assert (text(agent, BUSY), text(agent, IDLE)) == ("0.0%", "0.0%")
-    assert text(agent, UPTIME) == "1 Days 00:00:00"
 
 
 def test_the_real_tools_are_understood(device: Device) -> None:

@@ -250,17 +250,10 @@ TEST(TimeZones, HaveTheirRows) {
   EXPECT_TRUE(std::is_sorted(std::begin(gTimezone), std::end(gTimezone),
                              [&](const Timezone &a, const Timezone &b) { return name(a) < name(b); }));
   std::map<std::string, int> regions;
-  for (const Timezone &row : gTimezone) ++regions[name(row).substr(0, name(row).find('/'))];
-  EXPECT_EQ(regions, (std::map<std::string, int>{{"Africa", 51},
-                                                 {"America", 144},
-                                                 {"Antarctica", 10},
-                                                 {"Arctic", 1},
-                                                 {"Asia", 74},
-                                                 {"Atlantic", 10},
-                                                 {"Australia", 12},
-                                                 {"Europe", 55},
-                                                 {"Indian", 11},
-                                                 {"Pacific", 37}}));
+  for (const Timezone &row : gTimezone) ++regions[name(row).substr(0, 3)];
+  EXPECT_EQ(testing::PrintToString(regions),
+            R"({ ("Afr", 51), ("Ame", 144), ("Ant", 10), ("Arc", 1), ("Asi", 74), ("Atl", 10), ("Aus", 12), )"
+            R"(("Eur", 55), ("Ind", 11), ("Pac", 37) })");
   EXPECT_STREQ(gTimezone[100].name, "America/Glace Bay");
   EXPECT_STREQ(gTimezone[100].rule, "AST4ADT,M3.2.0,M11.1.0");
   EXPECT_STREQ(gTimezone[404].rule, "WFT-12");
