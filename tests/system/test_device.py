@@ -10,30 +10,6 @@ from testbed.device import Agent, Device, wait_until
 from testbed.snmp import SnmpError
 
 
-def test_values_are_the_devices(device: Device, agent: Agent) -> None:
-    assert agent.get("2.1.0").text == "ap-lobby"
-    assert agent.get("2.2.0").text == "QRB71"
-    assert agent.get("2.6.0").text == "admin"
-    assert re.fullmatch(r"[1-9]\d+ KB", agent.get("2.10.0").text)
-    description = re.search(r"DISTRIB_DESCRIPTION=['\"]?([^'\"\n]*)", device.read("/etc/openwrt_release"))
-    assert description and agent.get("2.3.0").text.strip("'") == description[1][:32]
-
-    agent.set("1.4.2.0", "i", 2)
-    assert agent.get("1.4.2.0").value == 2
-    assert device.uci("get wireless.wifi1.disabled").strip() == "1"
-    agent.set("1.5.2.0", "i", 2)
-    assert (agent.get("1.5.1.0").value, agent.get("1.5.2.0").value) == (1, 2)
-
-    agent.set("2.1.0", "s", "hall two")
-    assert agent.get("2.1.0").text == "hall two"
-    assert "hostname 'hall two'" in device.read("/etc/config/system")
-    assert "sysName 'hall two'" in device.read("/etc/config/snmpd")
-    agent.set("2.7.0", "s", "new one")
-    assert agent.get("2.7.0").text == "new one"
-    agent.set("2.12.0", "i", -7)
-    assert agent.get("2.12.0").value == -7
-
-
 def test_a_host_name_survives_without_its_option(device: Device, agent: Agent) -> None:
     agent.set("2.1.0", "s", "kept")
     device.uci("delete system.@system[0].hostname")
@@ -74,23 +50,6 @@ def test_a_token_presets_and_a_get_replaces_it(device: Device) -> None:
     assert agent.get("2.1.0").text == "ap-lobby"
 
 
-def test_the_bundle_and_the_single_modules_give_the_same_tree(device: Device) -> None:
-    def tree(agent: Agent) -> list[tuple[str, str]]:
-        return [(value.oid, value.type) for value in agent.walk() if not value.oid.startswith(("5.", "13.4."))]
-
-    bundle = device.start_agent()
-    expected = tree(bundle)
-    assert len(expected) > 100
-    bundle.stop()
-    modules = device.modules()
-    single = device.start_agent(modules)
-    assert tree(single) == expected
-    single.stop()
-    # Any order will do behind the first module.
-    backwards = device.start_agent([modules[0], *reversed(modules[1:])])
-    assert tree(backwards) == expected
-
-
 @pytest.mark.parametrize("bundle", [True, False])
 def test_reloading_and_asking_much_leave_the_agent_as_it_was(device: Device, bundle: bool) -> None:
     agent = device.start_agent(None if bundle else device.modules())
@@ -112,12 +71,3 @@ def test_reloading_and_asking_much_leave_the_agent_as_it_was(device: Device, bun
     assert device.sanitized or agent.rss_kib() - memory < 512
     wait_until(lambda: agent.open_fds() <= descriptors + 2, "no descriptor left open")
     wait_until(lambda: agent.zombies() == 0, "no zombie left")
-
-
-def test_a_command_inherits_nothing_of_the_agent(device: Device, agent: Agent) -> None:
-    # A service that a command leaves running would otherwise hold the agent's port over a restart.
-    device.write("/usr/sbin/top", "#!/bin/busybox sh\n/bin/busybox ls /proc/self/fd > /tmp/descriptors\n")
-    device.host_path("/usr/sbin/top").chmod(0o755)
-    agent.get("2.10.0")
-    # Beside the three standard ones there is the one that ls reads the folder through.
-    assert device.read("/tmp/descriptors").split() == ["0", "1", "2", "3"]

@@ -278,14 +278,3 @@ def test_an_image_that_arrives_in_part(device: Device, agent: Agent, server: Ftp
     provision(agent, server.port)
     agent.set(DOWNLOAD, "i", 1)
     check_part(agent)
-
-
-def test_scripts_get_their_texts(device: Device, agent: Agent) -> None:
-    agent.set("20.8.1.1.0", "s", "x" * 4096)
-    agent.set("20.8.1.1.0", "s", "")
-    assert [call[1:] for call in device.calls("apc_set_ap")] == [["x" * 4096], []]
-    device.write("/tmp/hook.sh", "echo hook $1 >/tmp/hook.out\n")
-    agent.set("20.14.0", "s", "apc_text four /tmp/hook.sh ran")
-    assert device.read("/tmp/hook.out") == "hook ran\n"
-    assert agent.get("20.8.1.1.0").value == b"four"
-    assert agent.get("20.14.0").value == b"Please use UCI command line to show your value"

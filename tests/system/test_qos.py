@@ -1,22 +1,13 @@
-"""The traffic shaper over SNMP: its packages, and the rules of single clients."""
+"""The traffic shaper over SNMP: the rules of single clients."""
 
 from __future__ import annotations
 
 import pytest
 
-from testbed.device import Agent, Device, wait_until
+from testbed.device import Device, wait_until
 from testbed.snmp import SnmpError
 
 CLIENT, CLIENT_MAC, CLIENT_ADDRESS, CLIENT_DOWNLOAD, CLIENT_UPLOAD = (f"13.5.1.{arc}.0" for arc in range(1, 6))
-PACKAGE, PACKAGE_NAME, PACKAGE_DOWNLOAD, PACKAGE_UPLOAD = (f"13.7.1.{arc}.0" for arc in range(1, 5))
-
-
-def package_table(agent: Agent) -> list[list[object]]:
-    """The columns of the table."""
-    columns: list[list[object]] = [[], [], [], []]
-    for cell in agent.walk("13.6"):
-        columns[int(cell.oid.split(".")[3]) - 1].append(cell.value)
-    return columns
 
 
 def changes(device: Device) -> list[str]:
@@ -24,17 +15,6 @@ def changes(device: Device) -> list[str]:
     lines = [line for line in device.command_lines() if "qos" in line and not line.startswith("uci show")]
     device.clear_journal()
     return lines
-
-
-def test_packages_are_rated_anew(device: Device, agent: Agent) -> None:
-    assert agent.get("13.6.1.2.1.0").value is None, "nothing answers before the first cell was asked for"
-    names = [b"Priority", b"Express", b"Normal", b"Low"]
-    assert package_table(agent) == [[1, 2, 3, 4], names, [45, 35, 25, 15], [40, 30, 20, 10]]
-    for index, name in enumerate(names, start=1):
-        agent.set_many([(PACKAGE, "i", index), (PACKAGE_DOWNLOAD, "i", 100 + index), (PACKAGE_UPLOAD, "i", 200 + index)])
-        assert agent.get(PACKAGE_NAME).value == name
-        assert [agent.get(oid).value for oid in (PACKAGE_DOWNLOAD, PACKAGE_UPLOAD)] == [100 + index, 200 + index]
-    assert package_table(agent)[2:] == [[101, 102, 103, 104], [201, 202, 203, 204]]
 
 
 def test_a_client_is_put_on_packages_and_released(device: Device) -> None:

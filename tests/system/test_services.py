@@ -6,19 +6,6 @@ import re
 
 from testbed.device import Agent, Device
 
-START = "uci show dhcp | grep 'start'"
-TURN_DHCP_ON = ("uci set dhcp.lan.ignore=0;uci commit dhcp;/etc/init.d/dnsmasq enable;killall dnsmasq;"
-                "/etc/init.d/dnsmasq start")
-
-
-def test_a_pool_that_starts_at_nothing_is_replaced(device: Device, agent: Agent) -> None:
-    device.uci("set dhcp.lan.start=0")
-    device.uci("commit dhcp")
-    agent.set("10.1.0", "i", 1)
-    assert device.command_lines()[1:] == [START, "uci set dhcp.lan.start=100;uci commit dhcp", START,
-                                        "uci set dhcp.lan.limit=150;uci commit dhcp", TURN_DHCP_ON]
-    assert (agent.get("10.2.0").value, agent.get("10.3.0").value) == ("192.168.1.100", "192.168.1.249")
-
 
 def test_a_device_moves_to_another_network(device: Device, agent: Agent) -> None:
     moves = [

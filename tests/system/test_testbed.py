@@ -90,30 +90,6 @@ def test_tools_fail_as_tools_do(device: Device, command: str) -> None:
     assert done.returncode == 1 and done.stdout == "" and done.stderr != ""
 
 
-def test_a_station_comes_roams_and_goes(device: Device) -> None:
-    listing = "for i in 0 1; do wlanconfig ath$i list sta | grep -i 02:00:0a; done; true"
-    assert device.run(listing).stdout == ""
-    device.stations.join(STATION.upper(), "ath0", tx_rate="6.5", rx_rate="", signal="", counters={"rx_bytes": 77})
-    assert device.run(listing).stdout.startswith(STATION)
-    block = device.run("iwinfo ath0 assoclist | grep -A2 02:00:0A:00:00:0B").stdout
-    assert re.fullmatch(r"\[02:00:0A:00:00:0B\]  unknown / -95 dBm .*\n\tTX: 6\.5 MBit/s.*\n\n", block)
-    device.stations.move(STATION, "ath1")
-    device.stations.write(STATION, counters={"rx_bytes": 78})
-    assert "\trx_bytes 78\n" in device.run("80211stats -i ath1 -a | grep -A9 '^2:0:a:0:0:b:$'").stdout
-    assert STATION not in device.run("wlanconfig ath0 list sta").stdout
-    device.stations.leave(STATION)
-    assert device.run(listing).stdout == ""
-
-
-def test_ports_and_links_change(device: Device) -> None:
-    assert device.run("ifconfig eth0.1 down; ifconfig | grep 'eth0.1'").stdout == ""
-    assert "eth0.1" in device.run("ifconfig eth0.1 up; ifconfig | grep 'eth0.1'").stdout
-    device.link(2, up=False, at=100)
-    device.link(2, up=True, at=130.5)
-    assert device.run("dmesg | tail -2").stdout == ("[  100.000000] Enet:0 port:2 down\n"
-                                                    "[  130.500000] Enet:0 port2 up\n")
-
-
 def test_overrides(device: Device) -> None:
     device.override("iwinfo", output="everything\n")
     device.override("iwinfo ath1 info", output="one line\n", status=3)
@@ -130,11 +106,6 @@ def test_overrides(device: Device) -> None:
     assert "ESSID" in device.run("iwinfo ath0 info").stdout and device.run("brctl show").returncode == 0
 
 
-def test_time_since_boot_can_be_chosen(device: Device) -> None:
-    (device.state / "uptime").write_text("90061.25 1.00\n")
-    assert device.run("cat /proc/uptime").stdout == "90061.25 1.00\n"
-
-
 def test_init_scripts_need_no_environment(device: Device) -> None:
     device.run("env -i /etc/init.d/network reload > /dev/null & wait;"
                "/etc/init.d/dnsmasq disable; /etc/init.d/dnsmasq stop")
@@ -143,14 +114,6 @@ def test_init_scripts_need_no_environment(device: Device) -> None:
     services = device.state / "services"
     assert (services / "network/running").read_text() == "1\n"
     assert (services / "dnsmasq/enabled").read_text() == (services / "dnsmasq/running").read_text() == "0\n"
-
-
-def test_the_watchdog_runs_until_it_is_killed(device: Device) -> None:
-    done = device.run("""wdog --test=1 "~;1;6:n;~;2;1:0;s;e" path=/etc > /dev/null; pidof wdog && echo early
-        /etc/autoreboot_by_hour 9; until pidof wdog >/dev/null; do usleep 1000; done
-        kill `pidof wdog`; while pidof wdog >/dev/null; do usleep 1000; done; echo gone""")
-    assert (done.stdout, done.stderr) == ("gone\n", "")
-    assert device.calls("autoreboot_by_hour") == [["/etc/autoreboot_by_hour", "9"]]
 
 
 def test_both_names_of_the_firmware_are_one_file(device: Device) -> None:

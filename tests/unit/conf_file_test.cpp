@@ -104,11 +104,10 @@ TEST_F(ConfFileTest, ChangesNothingButWhatIsWritten) {
     std::vector<Step> steps;
     std::string after;
   };
+  const std::string x9000(9000, 'x');
+  // clang-format off
   const Case cases[] = {
-      {"a value in its place",
-       "# c\n[a]\n K =  old  \n?\n[b]\nK=x\n",
-       {{"a", "K", "new"}},
-       "# c\n[a]\n K =  new  \n?\n[b]\nK=x\n"},
+      {"a value in its place", "# c\n[a]\n K =  old  \n?\n[b]\nK=x\n", {{"a", "K", "new"}}, "# c\n[a]\n K =  new  \n?\n[b]\nK=x\n"},
       {"an empty value", "[a]\r\nK=\r\nL = \r\n", {{"a", "K", "1"}, {"a", "L", "2"}}, "[a]\r\nK=1\r\nL =2 \r\n"},
       {"behind the last key", "[a]\nK=1\n\n# of b\n[b]\n", {{"a", "L", "2"}}, "[a]\nK=1\nL=2\n\n# of b\n[b]\n"},
       {"behind the comment of a section", "[a]\n# what\n\n[b]", {{"a", "L", ""}}, "[a]\n# what\nL=\n\n[b]"},
@@ -116,18 +115,13 @@ TEST_F(ConfFileTest, ChangesNothingButWhatIsWritten) {
       {"line ends as they are", "[a]\r\nK=1", {{"a", "L", "2"}}, "[a]\r\nK=1\r\nL=2"},
       {"a new section", "K=1\n", {{"new", "K", "2"}, {"new", "L", "3"}}, "K=1\n[new]\nK=2\nL=3\n"},
       {"an empty file", "", {{"", "K", "2"}, {"s", "L", "3"}}, "K=2\n[s]\nL=3\n"},
-      {"removal, of every line with the key",
-       "[a]\nK=1\nL=2\nK=3\n[a]\nK=4\n",
-       {{"a", "K", nullptr}},
-       "[a]\nL=2\n[a]\nK=4\n"},
+      {"removal, of every line with the key", "[a]\nK=1\nL=2\nK=3\n[a]\nK=4\n", {{"a", "K", nullptr}}, "[a]\nL=2\n[a]\nK=4\n"},
       {"the last word counts", "K=1\n", {{"", "K", "2"}, {"", "K", nullptr}, {"", "K", "3"}}, "K=3\n"},
       {"a removed key that is not there", "K=1", {{"", "L", nullptr}}, "K=1"},
       {"a NUL", std::string("K=1\0 2\n", 7), {{"", "K", "3"}}, std::string("K=3\0 2\n", 7)},
-      {"a long line",
-       "K=" + std::string(9000, 'x') + "\nL=1\n",
-       {{"", "L", "2"}},
-       "K=" + std::string(9000, 'x') + "\nL=2\n"},
+      {"a long line", "K=" + x9000 + "\nL=1\n", {{"", "L", "2"}}, "K=" + x9000 + "\nL=2\n"},
   };
+  // clang-format on
   for (const Case &expected : cases) {
     SCOPED_TRACE(expected.what);
     ConfFile *file = open(expected.before);

@@ -56,16 +56,6 @@ TEST(Texts, BehindAMarkerEndWithTheLine) {
   EXPECT_EQ(zol::text_after("label", "label:"), nullptr);
 }
 
-TEST(Fields, OfARecordAreFilledToTheirEnd) {
-  const std::pair<const char *, std::string> cases[] = {
-      {"", std::string(4, '\0')}, {"6", std::string("6\0\0\0", 4)}, {"-100", "-100"}, {"12345", "1234"}};
-  for (const auto &[source, expected] : cases) {
-    char field[5] = {'o', 'l', 'd', '!', '|'};
-    zol::fill_field(std::span(field).first(4), source);
-    EXPECT_EQ(std::string(field, 5), expected.substr(0, 4) + "|") << source;
-  }
-}
-
 TEST(Numbers, WrapAtThirtyTwoBitsOnEveryMachine) {
   struct Case {
     const char *text;
@@ -209,17 +199,6 @@ TEST(Times, AStampPadsTheDay) {
     EXPECT_EQ(zoel_print_time(stamp), 0);
     EXPECT_STREQ(stamp, expected.stamp);
   }
-}
-
-TEST(Clock, ATimeStampFollowsTheZone) {
-  const auto hour = [](const char *zone) {
-    setenv("TZ", zone, 1);
-    char text[20] = "";
-    zoel_print_time(text);
-    return atoi(text + 11);
-  };
-  EXPECT_EQ((hour("UTC0") + 5) % 24, hour("AAA-5"));
-  unsetenv("TZ");
 }
 
 /// What the agent was given to log, for example "3 zolarc: cannot start\n".

@@ -161,30 +161,22 @@ TEST(ClientRules, AreChangedWhereTheCommandsCountThem) {
   };
   const std::string add = "uci add qos classify;uci set qos.@classify[-1].target=";
   const std::string ends = ";uci reorder qos.@classify[-1]=0;uci commit qos";
+  const Client present{own, 0xC0A80109}, absent{own, 0}, stranger{other, 0xC0A80108};
+  const std::string move = "uci set qos.@classify[2].srchost=192.168.1.9;";
+  // clang-format off
   const Change changes[] = {
-      {"a present client",
-       Direction::download,
-       {own, 0xC0A80109},
-       1,
-       {"uci set qos.@classify[1].client=f4:5c:89:10:20:30;uci set qos.@classify[2].srchost=192.168.1.9;"
-        "uci set qos.@classify[1].target=Priority;uci commit qos"}},
-      {"all of a direction",
-       Direction::download,
-       {own, 0xC0A80109},
-       0,
-       {"uci set qos.@classify[2].srchost=192.168.1.9;uci delete qos.@classify[1];uci delete qos.@classify[2];"
-        "uci commit qos"}},
-      {"an absent client", Direction::upload, {own, 0}, 3, {"uci set qos.@classify[2].target=Normal;uci commit qos"}},
-      {"an absent client's rule", Direction::upload, {own, 0}, 0, {"uci delete qos.@classify[2];uci commit qos"}},
-      {"a stranger on an old address",
-       Direction::upload,
-       {other, 0xC0A80108},
-       4,
-       {add + "Bulk;uci set qos.@classify[-1].srchost=192.168.1.8;uci set qos.@classify[-1].client=f4:5c:89:10:20:31" +
-        ends}},
-      {"nothing to delete", Direction::upload, {other, 0xC0A80108}, 0, {}},
+      {"a present client", Direction::download, present, 1, {"uci set qos.@classify[1].client=f4:5c:89:10:20:30;" + move +
+       "uci set qos.@classify[1].target=Priority;uci commit qos"}},
+      {"all of a direction", Direction::download, present, 0,
+       {move + "uci delete qos.@classify[1];uci delete qos.@classify[2];uci commit qos"}},
+      {"an absent client", Direction::upload, absent, 3, {"uci set qos.@classify[2].target=Normal;uci commit qos"}},
+      {"an absent client's rule", Direction::upload, absent, 0, {"uci delete qos.@classify[2];uci commit qos"}},
+      {"a stranger on an old address", Direction::upload, stranger, 4, {add +
+       "Bulk;uci set qos.@classify[-1].srchost=192.168.1.8;uci set qos.@classify[-1].client=f4:5c:89:10:20:31" + ends}},
+      {"nothing to delete", Direction::upload, stranger, 0, {}},
       {"no address", Direction::upload, {other, 0}, 1, {}},
   };
+  // clang-format on
   for (const auto &[what, direction, client, package, runs] : changes) {
     SCOPED_TRACE(what);
     ScriptedShell shell;

@@ -91,17 +91,11 @@ const Case cases[] = {
 TEST_F(Radio, ObjectsReadAndRunTheirCommands) { check(cases); }
 
 TEST_F(Radio, WithoutCommandsObjectsAnswerTheirPresets) {
-  check_without_commands({{"wlan_opmode", 255},
-                          {"wlan_profilemode", 255},
-                          {"wlan_ssid", "unknown"},
-                          {"wlan_countrycode", 0},
-                          {"wlan_networkhidden", 2},
-                          {"wlan_channel", 0},
-                          {"wlan_ginterval", 0},
-                          {"wlan_antenna", 0},
-                          {"chann_specwidth", 40},
-                          {"wlan_acktimeoutauto", 2},
-                          {"wlan_datarate", 0}});
+  const std::initializer_list<std::pair<const char *, Value>> presets = {
+      {"wlan_opmode", 255},      {"wlan_profilemode", 255},  {"wlan_ssid", "unknown"}, {"wlan_countrycode", 0},
+      {"wlan_networkhidden", 2}, {"wlan_channel", 0},        {"wlan_ginterval", 0},    {"wlan_antenna", 0},
+      {"chann_specwidth", 40},   {"wlan_acktimeoutauto", 2}, {"wlan_datarate", 0}};
+  check_without_commands(presets);
 }
 
 TEST_F(Radio, TheThreadsReadANameOfTheirOwn) {

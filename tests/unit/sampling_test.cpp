@@ -4,7 +4,6 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <malloc.h>
 #include <net/if.h>
 #include <unistd.h>
 
@@ -477,34 +476,6 @@ TEST_F(Bundle, AHangingCommandHoldsUpNeitherRequestsNorTheEnd) {
   EXPECT_EQ(traps(), "") << "what was given up tells nothing";
   *extensions.value = extensions.initial;
   fs::remove_all(folder);
-}
-
-TEST_F(Sampling, TwentyMinutesLeaveNothingBehind) {
-  ScriptedShell shell;
-  const auto descriptors = [] {
-    int count = 0;
-    for ([[maybe_unused]] const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) ++count;
-    return count;
-  };
-  // 0 where a sanitizer hands out the memory.
-  const auto memory = [] { return mallinfo2().uordblks; };
-  int descriptors_before = 0;
-  size_t memory_before = 0;
-  for (int second = 0; second <= 1200; ++second) {
-    ++present;
-    // They come and go every two minutes.
-    if (second % 120 == 0) script(shell, {{0, 1}, {1, 2}, {1, 3}});
-    if (second % 120 == 60) script(shell, {{0, 4}});
-    zol_process_one_thread();
-    shell.commands();
-    if (second == 240) {
-      descriptors_before = descriptors();
-      memory_before = memory();
-    }
-  }
-  traps();
-  EXPECT_EQ(descriptors(), descriptors_before);
-  EXPECT_LT(memory(), memory_before + 8192);
 }
 
 }  // namespace

@@ -133,13 +133,10 @@ TEST_F(Security, TheKeySlotSharesItsOptionWithThePassPhrase) {
 TEST_F(Security, WithoutItsCommandAnObjectAnswersItsPresetOrWhatItHeld) {
   set("security_keyslot", 2);
   set("security_key", "held");
-  check_without_commands({{"security_authtype", 0},
-                          {"security_cipher", 0},
-                          {"security_authserver", 0},
-                          {"security_acctport", 0},
-                          {"security_keyslot", 2},
-                          {"security_key", "held"},
-                          {"maclist_macaddr", ""}});
+  const std::initializer_list<std::pair<const char *, Value>> presets = {
+      {"security_authtype", 0}, {"security_cipher", 0},   {"security_authserver", 0}, {"security_acctport", 0},
+      {"security_keyslot", 2},  {"security_key", "held"}, {"maclist_macaddr", ""}};
+  check_without_commands(presets);
 }
 
 TEST_F(Security, TheMacFilterHasAPolicyAndAList) {

@@ -179,19 +179,24 @@ TEST(Services, ThePoolLiesInTheNetworkOfTheLan) {
   }
 }
 
+TEST(Services, APoolThatStartsAtNothingIsReplaced) {
+  ScriptedShell shell;
+  // It still prints the old one when it is asked again.
+  shell.answers(start, "dhcp.lan.start=0\n");
+  EXPECT_EQ(set("dhcp_server", 1), 0);
+  EXPECT_EQ(shell.commands(), (Commands{start, "uci set dhcp.lan.start=100;uci commit dhcp", start,
+                                        "uci set dhcp.lan.limit=250;uci commit dhcp", dhcp_on[1]}));
+}
+
 TEST(Services, WithoutCommandsReadersKeepTheirPresets) {
   ScriptedShell shell;
   set("ntpserver_candidates", "held");
-  check_without_commands({{"dhcp_server", 1},
-                          {"dhcp_leaseperiod", 720},
-                          {"time_zone", -1},
-                          {"provide_ntpserver", 2},
-                          {"syslog_size", 0},
-                          {"snmp_server", 2},
-                          {"trap_enable", 2},
-                          {"trap_port", 0},
-                          {"ntpserver_candidates", "held"},
-                          {"eth1_mac", "\0\0\0\0\0\0"s}});
+  const std::initializer_list<std::pair<const char *, Value>> presets = {
+      {"dhcp_server", 1},           {"dhcp_leaseperiod", 720}, {"time_zone", -1},
+      {"provide_ntpserver", 2},     {"syslog_size", 0},        {"snmp_server", 2},
+      {"trap_enable", 2},           {"trap_port", 0},          {"ntpserver_candidates", "held"},
+      {"eth1_mac", "\0\0\0\0\0\0"s}};
+  check_without_commands(presets);
   shell.cannot_start();
   // The setter fails, but the manager is not told, and the value is taken.
   EXPECT_EQ(set_dhcp_pridns(1), -1);

@@ -129,41 +129,27 @@ TEST(Vlan, ActionsRunTheirCommands) {
   const std::string ends =
       third + "wifibridge0=\"ath0\";" + third + "ip=10.20.1.254;" + third + "netmask=255.255.0.0;uci commit vlan";
   const Commands managed_flags = rewrite("vlan.@vlan[2].wifibridge", "1101");
+  // clang-format off
   // The switches have never been set.
   expect("vlan_addoredit",
-         {{"vlan_id", 30},
-          {"vlan_desc", "Pier 4"},
-          {"vlan_priority", 5},
-          {"vlan_ipaddr", address(10, 20, 1, 254)},
-          {"vlan_netmask", address(255, 255, 0, 0)},
-          {"vlan_wifibridge", "1;1;0;1"}},
-         {search("vlan", 3),
-          {"uci add vlan vlan;" + third + "vlanid=30;" + names + third + "priority=5;" + ends},
-          managed_flags});
+         {{"vlan_id", 30}, {"vlan_desc", "Pier 4"}, {"vlan_priority", 5}, {"vlan_ipaddr", address(10, 20, 1, 254)},
+          {"vlan_netmask", address(255, 255, 0, 0)}, {"vlan_wifibridge", "1;1;0;1"}},
+         {search("vlan", 3), {"uci add vlan vlan;" + third + "vlanid=30;" + names + third + "priority=5;" + ends}, managed_flags});
   shell.answers(search("vlan", 3).back(), "x.vlanid=30\n");
   const std::string second = "uci set vlansw.@vlan[1].";
   expect("vlan_addoredit",
-         {{"vlan_dhcpc", 2},
-          {"vlan_wifitagging", 1},
-          {"vlan_managed", 2},
-          {"vlantrunk_id", 7},
-          {"vlantrunk_priority", 3},
+         {{"vlan_dhcpc", 2}, {"vlan_wifitagging", 1}, {"vlan_managed", 2}, {"vlantrunk_id", 7}, {"vlantrunk_priority", 3},
           {"vlantrunk_wifibridge", "0;1"}},
-         {search("vlan", 3),
-          {names + third + "dhcpc=no;" + third + "priority=5;" + third + "tagging=wifi;" + third + "vlan_used=off;" +
-           ends},
-          managed_flags,
-          search("vlansw", 2),
-          {"uci add vlansw vlan;" + second + "vlanid=7"},
-          {second + "vlanid=7;" + second + "wifibridge10=ath0;" + second + "priority=3;" + second +
-           "bridge=\"All Others\";uci commit vlansw"},
+         {search("vlan", 3), {names + third + "dhcpc=no;" + third + "priority=5;" + third + "tagging=wifi;" + third + "vlan_used=off;" + ends},
+          managed_flags, search("vlansw", 2), {"uci add vlansw vlan;" + second + "vlanid=7"},
+          {second + "vlanid=7;" + second + "wifibridge10=ath0;" + second + "priority=3;" + second + "bridge=\"All Others\";uci commit vlansw"},
           rewrite("vlansw.@vlan[1].wifibridge1", "01")});
   expect("vlan_delete", {{"vlan_id", 31}, {"vlantrunk_id", 100}},
          {search("vlan", 4), search("vlansw", 1), {"uci delete vlansw.@vlan[0];uci commit vlansw"}});
   // 0 takes back what was staged.
-  expect("vlan_addoredit",
-         {{"vlan_id", 30}, {"vlantrunk_id", 0}, {"vlan_managed", 0}, {"vlan_dhcpc", 0}, {"vlan_wifitagging", 0}},
+  expect("vlan_addoredit", {{"vlan_id", 30}, {"vlantrunk_id", 0}, {"vlan_managed", 0}, {"vlan_dhcpc", 0}, {"vlan_wifitagging", 0}},
          {search("vlan", 3), {names + third + "priority=5;" + ends}, managed_flags});
+  // clang-format on
 }
 
 }  // namespace
