@@ -26,9 +26,9 @@
 #include "core/command/request.hpp"
 #include "core/enterprise.hpp"
 #include "core/net_snmp.hpp"
-#include "core/switches.hpp"
 #include "mib/clients/clients.hpp"
 #include "tests/unit/scripted_shell.hpp"
+#include "tests/unit/switched.hpp"
 
 namespace {
 
@@ -208,21 +208,6 @@ TEST(LineReader, AnswersNothingWhenTheCommandCannotBeStarted) {
 }
 
 // What the engine does beyond the texts it is given, with real processes.
-
-/// Sets a switch for as long as it lives.
-class Switched {
- public:
-  Switched(const char *name, int32_t value) : which_(&zol::switches()[0]) {
-    while (strcmp(which_->name, name) != 0) ++which_;
-    *which_->value = value;
-  }
-  Switched(const Switched &) = delete;
-  Switched &operator=(const Switched &) = delete;
-  ~Switched() { *which_->value = which_->initial; }
-
- private:
-  const zol::Switch *which_;
-};
 
 std::string output_of(const std::string &command) {
   zol::CommandOutput<4096> output("%-s", command.c_str());

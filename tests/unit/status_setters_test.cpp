@@ -3,6 +3,7 @@
 #include "mib/status/status.hpp"
 #include "tests/unit/objects.hpp"
 #include "tests/unit/scripted_shell.hpp"
+#include "tests/unit/switched.hpp"
 
 namespace {
 
@@ -129,6 +130,16 @@ TEST(StatusSetters, TextsAreChecked) {
     EXPECT_EQ(set(test.write, test.value), test.error);
     EXPECT_EQ(shell.commands(), test.commands);
   }
+}
+
+TEST(StatusSetters, TextsObeyTheGuard) {
+  const Switched guard("zolarcGuard", 1);
+  ScriptedShell shell;
+  EXPECT_EQ(set(write_ssid, ASN_OCTET_STR, "it's $x"), 0);
+  EXPECT_EQ(set(write_ssid2_name, ASN_OCTET_STR, "two\nlines"), SNMP_ERR_WRONGVALUE);
+  EXPECT_EQ(set(write_current_time, ASN_OCTET_STR, "//::';reboot;'"), 0);
+  EXPECT_EQ(shell.commands(), (Commands{"uci set wireless.@wifi-iface[0].ssid='it'\\''s $x';uci commit wireless",
+                                        "date --set='--::'\\'';reboot;'\\'''"}));
 }
 
 TEST(StatusSetters, AnotherTypeIsRefusedFirst) {
