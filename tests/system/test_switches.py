@@ -134,7 +134,7 @@ def test_a_guarded_text_that_is_staged_arrives_as_it_was_sent(device: Device, gu
 def test_what_cannot_be_quoted_is_refused(device: Device, guarded: Agent, oid: str, text: str) -> None:
     device.clear_journal()
     with pytest.raises(SnmpError) as refusal:
-        guarded.set(oid, "s", text)
+        guarded.set_many([(CHANNEL, "i", 40), (oid, "s", text)])
     assert refusal.value.name == "wrongValue"
     assert [line for line in device.command_lines() if " set " in line or "passwd" in line] == []
     log = (device.path / "snmpd.log").read_text()
