@@ -135,9 +135,9 @@ TEST(StatusSetters, TextsAreChecked) {
 TEST(StatusSetters, TextsObeyTheGuard) {
   const Switched guard("zolarcGuard", 1);
   ScriptedShell shell;
-  EXPECT_EQ(set(write_ssid, ASN_OCTET_STR, "it's $x"), 0);
-  EXPECT_EQ(set(write_ssid2_name, ASN_OCTET_STR, "two\nlines"), SNMP_ERR_WRONGVALUE);
-  EXPECT_EQ(set(write_current_time, ASN_OCTET_STR, "//::';reboot;'"), 0);
+  EXPECT_EQ(set(write_ssid, "it's $x"), 0);
+  EXPECT_EQ(set(write_ssid2_name, "two\nlines"), SNMP_ERR_WRONGVALUE);
+  EXPECT_EQ(set(write_current_time, "//::';reboot;'"), 0);
   EXPECT_EQ(shell.commands(), (Commands{"uci set wireless.@wifi-iface[0].ssid='it'\\''s $x';uci commit wireless",
                                         "date --set='--::'\\'';reboot;'\\'''"}));
 }
