@@ -73,9 +73,8 @@ bool fits(const CommandText &command) {
   return false;
 }
 
-[[gnu::format(printf, 2, 0)]] bool format_words(Words &words, const char *format, va_list arguments) {
-  CommandText command(CommandText::For::words);
-  command.append(format, arguments);
+/// Takes the words of a runner's command. False when it does not fit.
+bool take(Words &words, const CommandText &command) {
   if (!fits(command)) return false;
   memcpy(words.text.data(), command.text(), command.length() + 1);
   return split(words);
@@ -137,6 +136,24 @@ int run(const Words &words, const char *shown) {
   return 0;
 }
 
+/// Puts a command together and runs it.
+[[gnu::format(printf, 1, 0)]] void run_formatted(const char *format, va_list arguments, int64_t most_ms) {
+  CommandText command;
+  command.append(format, arguments);
+  if (command.complete()) run_text(command.text(), process::Through::what_it_needs, most_ms);
+}
+
+/// Makes a command ready to be started in the background. @return 1, 0 for one without words, -1 for one that does not
+/// fit
+[[gnu::format(printf, 2, 0)]] int prepare(Words &words, const char *format, va_list arguments) {
+  CommandText command(CommandText::For::words);
+  command.append(format, arguments);
+  if (!take(words, command)) return -1;
+  if (words.count == 0) return 0;
+  kept::forget();
+  return 1;
+}
+
 }  // namespace
 
 pid_t zol_unfinished_command(void) { return unfinished; }
@@ -147,10 +164,8 @@ int run_script(const char *format, ...) {
   va_start(arguments, format);
   command.append(format, arguments);
   va_end(arguments);
-  if (!fits(command)) return -1;
   Words words;
-  memcpy(words.text.data(), command.text(), command.length() + 1);
-  if (!split(words)) return -1;
+  if (!take(words, command)) return -1;
   std::array<char, command_size + 1> shown{};
   snprintf(shown.data(), shown.size(), "%s\n", command.text());
   if (guard_is_on()) show_blanks(shown.data());
@@ -171,11 +186,9 @@ int run_script_background(const char *format, ...) {
   Words words;
   va_list arguments;
   va_start(arguments, format);
-  const bool ready = format_words(words, format, arguments);
+  const int ready = prepare(words, format, arguments);
   va_end(arguments);
-  if (!ready) return -1;
-  if (words.count == 0) return 0;
-  kept::forget();
+  if (ready != 1) return ready;
   return process::start_detached(words.argument.data(), -1) ? 0 : -1;
 }
 
@@ -185,11 +198,9 @@ int run_script_background_return_pid(const char *format, ...) {
   Words words;
   va_list arguments;
   va_start(arguments, format);
-  const bool ready = format_words(words, format, arguments);
+  const int ready = prepare(words, format, arguments);
   va_end(arguments);
-  if (!ready) return -1;
-  if (words.count == 0) return 0;
-  kept::forget();
+  if (ready != 1) return ready;
   int ends[2] = {-1, -1};
   if (pipe2(ends, O_CLOEXEC) == -1) printf("pipe error\n");
   const bool started = process::start_detached(words.argument.data(), ends[1]);
@@ -207,21 +218,17 @@ int run_script_background_return_pid(const char *format, ...) {
 namespace zol {
 
 void shell(const char *format, ...) {
-  CommandText command;
   va_list arguments;
   va_start(arguments, format);
-  command.append(format, arguments);
+  run_formatted(format, arguments, patience_ms);
   va_end(arguments);
-  if (command.complete()) run_text(command.text(), process::Through::what_it_needs, patience_ms);
 }
 
 void shell_patiently(const char *format, ...) {
-  CommandText command;
   va_list arguments;
   va_start(arguments, format);
-  command.append(format, arguments);
+  run_formatted(format, arguments, 0);
   va_end(arguments);
-  if (command.complete()) run_text(command.text(), process::Through::what_it_needs, 0);
 }
 
 int run_words(const char *command) {
