@@ -15,29 +15,15 @@ from testbed.snmp import free_udp_port
 SHARE = Path(__file__).resolve().parents[2] / "share"
 LIBRARY = "lib/libnetsnmpzolarc.so.15"
 FILES = {
-    LIBRARY,
-    "etc/autoreboot_by_hour",
-    "etc/autoreboot_by_time",
-    "etc/snmp/zolarcd.conf",
-    "lib/systemd/system/wdog.service",
-    "lib/systemd/system/zolarcd.service",
-    "sbin/wdog",
-    "sbin/zolarcd",
-    "share/doc/zolarc/LICENSE",
-    "share/doc/zolarc/fleet.md",
-    "share/doc/zolarc/integrators.md",
-    "share/doc/zolarc/snmpd.conf.sample",
-    "share/man/man5/zolarc.conf.5",
-    "share/man/man8/wdog.8",
-    "share/man/man8/zolarcd.8",
-    "share/snmp/mibs/ZOLARC-MIB.txt",
-    "share/zolarc/mibs/SNMPv2-CONF",
-    "share/zolarc/mibs/SNMPv2-SMI",
-    "share/zolarc/mibs/SNMPv2-TC",
+    LIBRARY, "sbin/wdog", "sbin/zolarcd", "lib/systemd/system/wdog.service", "lib/systemd/system/zolarcd.service",
+    "etc/autoreboot_by_hour", "etc/autoreboot_by_time", "etc/snmp/zolarcd.conf",
+    *(f"share/doc/zolarc/{name}" for name in ("LICENSE", "fleet.md", "integrators.md", "snmpd.conf.sample")),
+    "share/man/man5/zolarc.conf.5", "share/man/man8/wdog.8", "share/man/man8/zolarcd.8", "share/snmp/mibs/ZOLARC-MIB.txt",
+    *(f"share/zolarc/mibs/SNMPv2-{name}" for name in ("CONF", "SMI", "TC")),
     # For the machine that watches.
     *(f"share/zolarc/{file.relative_to(SHARE)}" for folder in ("fleet", "prometheus") for file in (SHARE / folder).rglob("*")
       if file.is_file()),
-}
+}  # fmt: skip
 
 
 def run(*command: object, **options: object) -> str:

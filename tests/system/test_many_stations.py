@@ -75,4 +75,4 @@ def test_two_hundred_stations_come_and_go(device: Device) -> None:
     assert device.sanitized or agent.rss_kib() - rss <= 128
     wait_until(lambda: receiver.count()["zolStationJoined"] == changes, "all that joined to be told")
     assert receiver.count()["zolStationLeft"] == changes
-    assert health(agent, COLLECTION_TIME) < 2000
+    assert health(agent, COLLECTION_TIME) < 10_000

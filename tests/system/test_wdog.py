@@ -58,7 +58,7 @@ def boot(device: Device) -> subprocess.Popen[bytes]:
     """Starts the watchdog as the device does it."""
     device.write("/etc/init.d/wdog", (REPOSITORY / "packaging/openwrt/files/wdog.init").read_text())
     device.write("/tmp/rc.common", RC_COMMON)
-    return device.popen(["/bin/busybox", "sh", "-c", ". /tmp/rc.common; . /etc/init.d/wdog; start; exec sleep 60"])
+    return device.popen(["/bin/busybox", "sh", "-c", ". /tmp/rc.common; . /etc/init.d/wdog; start; exec sleep 600"])
 
 
 def test_a_schedule_set_over_snmp_reboots_at_its_time(device: Device) -> None:
@@ -125,7 +125,7 @@ def test_switched_off_over_snmp_nothing_is_left(device: Device, agent: Agent) ->
 def talk(device: Device, lines: list[str]) -> str:
     """What the menu prints on a terminal, with a process in the background."""
     ours, theirs = pty.openpty()
-    command = [*device.sandbox(), "--", "/bin/busybox", "sh", "-c", "wdog --daemon; wdog; echo $?; sleep 60"]
+    command = [*device.sandbox(), "--", "/bin/busybox", "sh", "-c", "wdog --daemon; wdog; echo $?; sleep 600"]
     process = subprocess.Popen(command, stdin=theirs, stdout=theirs, stderr=theirs)
     os.close(theirs)
     seen = b""
@@ -160,12 +160,6 @@ def test_the_menu_on_a_terminal(device: Device) -> None:
             ["set", "snmpd.main.v2read=look; reboot"], ["commit", "snmpd"])]
     assert device.uci("get snmpd.main.v2read") == "look; reboot\n"
     assert set(device.read("/etc/zolarc.values").splitlines()) >= {"0.3.19=1", "0.3.20=--by-hour=1"}
-
-
-def test_it_needs_the_c_library_only(device: Device) -> None:
-    headers = subprocess.run(["readelf", "-d", device.build / "wdog"], capture_output=True, text=True, check=True).stdout
-    needed = set(re.findall(r"NEEDED.*\[(.*)]", headers))
-    assert needed == {"libc.so.6"} or device.sanitized
 
 
 def test_keys_without_a_terminal(device: Device) -> None:

@@ -29,10 +29,11 @@ using Reader = std::function<std::string()>;
 
 std::string answer(const std::string &output, int result) { return output + (result == 0 ? "" : "!"); }
 
-Reader number_of(int (*read)(const char *, int32_t *)) {
+template <class Read>
+Reader number_of(Read read) {
   return [=] {
     int32_t number = 77;
-    const int result = read(mac, &number);
+    const int result = read(&number);
     return answer(std::to_string(number), result);
   };
 }
@@ -45,28 +46,16 @@ Reader text_of(int (*read)(const char *, char *)) {
   };
 }
 
-Reader figure_of(int (*read)(int32_t *)) {
-  return [=] {
-    int32_t number = 77;
-    const int result = read(&number);
-    return answer(std::to_string(number), result);
-  };
-}
-
 /// `command` for an interface.
 std::string of(std::string command, char interface) { return command.replace(command.find('#'), 1, 1, interface); }
 
 TEST(StationReaders, AskOneInterfaceAfterTheOther) {
   const std::string stats = "80211stats -i ath# -a";
   const std::string associations = "iwinfo ath# assoclist";
-  const Reader rx_data = [] {
-    int32_t number = 77;
-    const int result = zol_get_80211_by_macaddr(mac, &number, "rx_data");
-    return answer(std::to_string(number), result);
-  };
-  const Reader quality = number_of(zol_get_ac_txccq_by_macaddr);
-  const Reader signal = number_of(zol_get_ac_rssi_by_macaddr);
-  const Reader noise = number_of(zol_get_ac_noise_by_macaddr);
+  const Reader rx_data = number_of([](auto *out) { return zol_get_80211_by_macaddr(mac, out, "rx_data"); });
+  const Reader quality = number_of([](auto *out) { return zol_get_ac_txccq_by_macaddr(mac, out); });
+  const Reader signal = number_of([](auto *out) { return zol_get_ac_rssi_by_macaddr(mac, out); });
+  const Reader noise = number_of([](auto *out) { return zol_get_ac_noise_by_macaddr(mac, out); });
   const Reader chains = text_of(zol_get_ac_signalchains_by_macaddr);
   const std::string block = "0:b:6b:a:1:f:\n\trx_data ";
   const std::string station = "[00:0B:6B:0A:01:0F]  ";
@@ -195,13 +184,9 @@ TEST(StationReaders, TakeARateFromTheTwoLinesBehindTheStation) {
 }
 
 TEST(InterfaceFigures, AreThoseOfTheFirstInterface) {
-  const Reader counter = [] {
-    int32_t number = 77;
-    const int result = zol_get_80211(&number, "tx_bytes");
-    return answer(std::to_string(number), result);
-  };
-  const Reader tx_errors = figure_of(zol_get_tx_err_packets);
-  const Reader tx_bytes = figure_of(zol_get_tx_bytes);
+  const Reader counter = number_of([](auto *out) { return zol_get_80211(out, "tx_bytes"); });
+  const Reader tx_errors = number_of(zol_get_tx_err_packets);
+  const Reader tx_bytes = number_of(zol_get_tx_bytes);
   const std::string bytes = "          RX bytes:9218440 (8.7 MiB)  TX bytes:4000000000 (3.7 GiB)\n";
   const struct {
     const char *name;
@@ -210,12 +195,12 @@ TEST(InterfaceFigures, AreThoseOfTheFirstInterface) {
   } cases[] = {
       {"TX errors", tx_errors, "ifconfig ath0 | grep \"TX packets\"",
        "          TX packets:61277 errors:3 dropped:0 overruns:0 carrier:0\n", "3"},
-      {"RX errors", figure_of(zol_get_rx_err_packets), "ifconfig ath0 | grep \"RX packets\"",
+      {"RX errors", number_of(zol_get_rx_err_packets), "ifconfig ath0 | grep \"RX packets\"",
        "          RX packets:48211 errors:12 dropped:1 overruns:0 frame:0\n", "12"},
       {"no errors said", tx_errors, "ifconfig ath0 | grep \"TX packets\"", "  TX packets:61277 dropped:5\n", "77"},
       {"no interface", tx_errors, "ifconfig ath0 | grep \"TX packets\"", "", "77"},
       {"TX bytes", tx_bytes, "ifconfig ath0 | grep \"TX bytes\"", bytes, "-294967296"},
-      {"RX bytes", figure_of(zol_get_rx_bytes), "ifconfig ath0 | grep \"RX bytes\"", bytes, "9218440"},
+      {"RX bytes", number_of(zol_get_rx_bytes), "ifconfig ath0 | grep \"RX bytes\"", bytes, "9218440"},
       {"no TX bytes", tx_bytes, "ifconfig ath0 | grep \"TX bytes\"", "  RX bytes:1\n", "77"},
       {"a driver's counter", counter, "80211stats -i ath0 -a", "tx_data 4\ntx_bytes 1050\n", "1050"},
       {"a driver's counter that is not there", counter, "80211stats -i ath0 -a", "tx_data 4\n", "0"},

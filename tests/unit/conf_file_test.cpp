@@ -35,22 +35,9 @@ class ConfFileTest : public testing::Test {
 
 TEST_F(ConfFileTest, ReadsAKeyOfTheSelectedSection) {
   ConfFile *file = open(
-      "kernel.panic=3\n"
-      "# MODE=comment\n"
-      "[wlan0]\n"
-      "  MODE = 1  \n"
-      ";DEVICE=comment\n"
-      "DEVICE=ath0=a b\n"
-      "DEVICE=again\n"
-      "EMPTY=\n"
-      "no value\n"
-      "\n"
-      "[ wlan1 ]\r\n"
-      "DEVICE=ath1\r\n"
-      "[wlan0]\n"
-      "LATE=1\n"
-      "[wlan10]\n"
-      "LAST=end");
+      "kernel.panic=3\n# MODE=comment\n"
+      "[wlan0]\n  MODE = 1  \n;DEVICE=comment\nDEVICE=ath0=a b\nDEVICE=again\nEMPTY=\nno value\n\n"
+      "[ wlan1 ]\r\nDEVICE=ath1\r\n[wlan0]\nLATE=1\n[wlan10]\nLAST=end");
   ASSERT_NE(file, nullptr);
   struct Case {
     const char *section;

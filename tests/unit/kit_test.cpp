@@ -57,20 +57,16 @@ TEST(Texts, BehindAMarkerEndWithTheLine) {
 }
 
 TEST(Numbers, WrapAtThirtyTwoBitsOnEveryMachine) {
-  struct Case {
-    const char *text;
-    int32_t number;
-  };
-  const Case cases[] = {{"12", 12},
-                        {"  -7x", -7},
-                        {"+3", 3},
-                        {"x", 0},
-                        {"", 0},
-                        {"0x10", 0},
-                        {"2147483648", INT32_MIN},
-                        {"3000000000", -1294967296},
-                        {"4294967296", 0}};
-  for (const Case &expected : cases) EXPECT_EQ(zol::to_int32(expected.text), expected.number) << expected.text;
+  const std::pair<const char *, int32_t> cases[] = {{"12", 12},
+                                                    {"  -7x", -7},
+                                                    {"+3", 3},
+                                                    {"x", 0},
+                                                    {"", 0},
+                                                    {"0x10", 0},
+                                                    {"2147483648", INT32_MIN},
+                                                    {"3000000000", -1294967296},
+                                                    {"4294967296", 0}};
+  for (const auto &[text, number] : cases) EXPECT_EQ(zol::to_int32(text), number) << text;
   const char *cursor = "12.5";
   EXPECT_EQ(zol::scan_int32(cursor), 12);
   EXPECT_STREQ(cursor, ".5");
@@ -136,20 +132,15 @@ TEST(Addresses, AreReadOctetByOctet) {
 }
 
 TEST(Addresses, MacDigitsAreTakenByPosition) {
-  struct Case {
-    const char *text;
-    std::array<uint8_t, 6> octets;
-  };
-  const Case cases[] = {
+  const std::pair<const char *, std::array<uint8_t, 6>> cases[] = {
       {"00:0a:1b:2c:3D:4e", {0x00, 0x0A, 0x1B, 0x2C, 0x3D, 0x4E}},
       {"00-0a-1b-2c-3d-4e and more", {0x00, 0x0A, 0x1B, 0x2C, 0x3D, 0x4E}},
       // Short texts: the octets that are there, a NUL behind them, and the filling of '0' characters.
       {"", {0, '0', '0', '0', '0', '0'}},
       {"12:3", {0x12, 0x30, 0, '0', '0', '0'}},
   };
-  for (const Case &expected : cases) {
-    const zol::MacOctets octets = zol::mac_octets(expected.text);
-    EXPECT_EQ(memcmp(octets.data(), expected.octets.data(), 6), 0) << expected.text;
+  for (const auto &[text, expected] : cases) {
+    EXPECT_EQ(memcmp(zol::mac_octets(text).data(), expected.data(), 6), 0) << text;
   }
   zol::MacOctets octets{};
   hex_text_to_octets(std::string(100, 'F').c_str(), octets.data());
@@ -165,19 +156,15 @@ TEST(Addresses, MacDigitsAreTakenByPosition) {
 }
 
 TEST(Times, SpansAreComputedAsTheDeviceDoes) {
-  struct Case {
-    int32_t seconds;
-    const char *text;
-  };
-  const Case cases[] = {{0, "0 Days 00:00:00"},
-                        {90061, "1 Days 01:01:01"},
-                        {-1, "0 Days 00:00:-1"},
-                        {-90061, "4294967295 Days -1:-1:-1"},
-                        {INT32_MAX, "24855 Days 03:14:07"}};
-  for (const Case &expected : cases) {
+  const std::pair<int32_t, const char *> cases[] = {{0, "0 Days 00:00:00"},
+                                                    {90061, "1 Days 01:01:01"},
+                                                    {-1, "0 Days 00:00:-1"},
+                                                    {-90061, "4294967295 Days -1:-1:-1"},
+                                                    {INT32_MAX, "24855 Days 03:14:07"}};
+  for (const auto &[seconds, span] : cases) {
     char text[44];
-    EXPECT_EQ(getTimeString(expected.seconds, text, sizeof text), 0);
-    EXPECT_STREQ(text, expected.text);
+    EXPECT_EQ(getTimeString(seconds, text, sizeof text), 0);
+    EXPECT_STREQ(text, span);
   }
   char small[8];
   getTimeString(90061, small, sizeof small);
@@ -189,15 +176,13 @@ time_t fixed_time = 0;
 TEST(Times, AStampPadsTheDay) {
   setenv("TZ", "UTC", 1);
   tzset();
-  struct Case {
-    time_t time;
-    const char *stamp;
-  };
-  for (const Case &expected : {Case{1767600000, "2026/01/05 08:00:00"}, Case{1795993444, "2026/11/29 23:04:04"}}) {
-    fixed_time = expected.time;
+  const std::pair<time_t, const char *> cases[] = {{1767600000, "2026/01/05 08:00:00"},
+                                                   {1795993444, "2026/11/29 23:04:04"}};
+  for (const auto &[time, expected] : cases) {
+    fixed_time = time;
     char stamp[20] = "";
     EXPECT_EQ(zoel_print_time(stamp), 0);
-    EXPECT_STREQ(stamp, expected.stamp);
+    EXPECT_STREQ(stamp, expected);
   }
 }
 

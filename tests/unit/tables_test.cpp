@@ -126,12 +126,7 @@ TEST_F(InterfaceStatistics, ACommandThatCannotBeStartedLeavesWhatWasReadBefore) 
 }
 
 TEST_F(InterfaceStatistics, OddLines) {
-  struct Case {
-    oid column;
-    std::string output;
-    int32_t value;
-  };
-  const Case cases[] = {
+  const std::tuple<oid, std::string, int32_t> cases[] = {
       {4, "Bit Rate=54 Mb/s\n", 0},
       {4, "Bit Rate:auto\nBit Rate:54\n", 0},
       {4, "Bit Rate:54", 5},
@@ -145,12 +140,12 @@ TEST_F(InterfaceStatistics, OddLines) {
       {5, "00:0b:6\n00:\n", 1},
       {5, "00:0b\n00:0b:\n00:0b:6\n::::::\nab-cd-ef\n", 3},
   };
-  for (const Case &odd : cases) {
-    const char *command = odd.column == 2   ? "iwinfo ath1 info"
-                          : odd.column == 5 ? "wlanconfig ath1 list sta"
-                          : odd.column == 9 ? "ifconfig ath1"
-                                            : "iwconfig ath1";
-    EXPECT_EQ(read(odd.column, command, odd.output).integer(), odd.value) << odd.output;
+  for (const auto &[column, output, value] : cases) {
+    const char *command = column == 2   ? "iwinfo ath1 info"
+                          : column == 5 ? "wlanconfig ath1 list sta"
+                          : column == 9 ? "ifconfig ath1"
+                                        : "iwconfig ath1";
+    EXPECT_EQ(read(column, command, output).integer(), value) << output;
   }
 }
 

@@ -77,17 +77,14 @@ TEST_F(ValueStore, KeepsTextsAsTheyAre) {
 }
 
 TEST_F(ValueStore, KeepsTheTextsOfAFileThatSomebodyEdited) {
-  struct Case {
-    const char *what;
-    std::string file;
-  };
-  const Case cases[] = {{"no newline at the end", "0.3.1=kept"},
-                        {"a NUL in a line", std::string("0.3.9=a\0b\n0.3.1=kept\n", 21)},
-                        {"a line too long to be a text", std::string(600, 'x') + "0.3.2=no\n0.3.1=kept\n"},
-                        {"an empty line", "\n0.3.1=kept\n"}};
-  for (const Case &expected : cases) {
-    SCOPED_TRACE(expected.what);
-    std::ofstream(path()) << expected.file;
+  const std::pair<const char *, std::string> cases[] = {
+      {"no newline at the end", "0.3.1=kept"},
+      {"a NUL in a line", std::string("0.3.9=a\0b\n0.3.1=kept\n", 21)},
+      {"a line too long to be a text", std::string(600, 'x') + "0.3.2=no\n0.3.1=kept\n"},
+      {"an empty line", "\n0.3.1=kept\n"}};
+  for (const auto &[what, file] : cases) {
+    SCOPED_TRACE(what);
+    std::ofstream(path()) << file;
     EXPECT_EQ(read("0.3.2"), "");
     EXPECT_EQ(snmp_write2file("0.3.3", "new"), 0);
     EXPECT_EQ(read("0.3.1"), "kept");

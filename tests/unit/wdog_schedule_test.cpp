@@ -105,22 +105,17 @@ TEST(TaskMonitor, TellsOncePerDay) {
 
 TEST(TaskMonitor, TakesNoStepOfTheClockForTime) {
   live_in("UTC");
-  struct Case {
-    int64_t from;
-    int64_t by;
-    int due;
-  };
   // Seconds since noon, where the clock is changed, and by how much; then two hours are watched.
-  const Case cases[] = {{1000, 900, 0}, {1780, 31, 0},  {1780, 30, 1}, {1780, -31, 1},
-                        {1810, -40, 1}, {1810, -20, 1}, {0, 86400, 1}, {1000, -86400, 1}};
-  for (const Case &expected : cases) {
+  const std::tuple<int64_t, int64_t, int> cases[] = {{1000, 900, 0}, {1780, 31, 0},  {1780, 30, 1}, {1780, -31, 1},
+                                                     {1810, -40, 1}, {1810, -20, 1}, {0, 86400, 1}, {1000, -86400, 1}};
+  for (const auto &[from, by, expected] : cases) {
     Clocks clocks;
     TaskMonitor monitor(at_1230, clocks.now(), 0);
-    int due = clocks.watch(monitor, expected.from);
-    clocks.wall += expected.by;
+    int due = clocks.watch(monitor, from);
+    clocks.wall += by;
     due += monitor.is_due(clocks.now()) ? 1 : 0;
     due += clocks.watch(monitor, 7200);
-    EXPECT_EQ(due, expected.due) << expected.from << " " << expected.by;
+    EXPECT_EQ(due, expected) << from << " " << by;
   }
 }
 
