@@ -168,13 +168,6 @@ void CommandText::append_as_it_is(const char *format, va_list arguments) {
 }
 
 void CommandText::append_guarded(const char *format, va_list arguments) {
-  const auto add_text = [this](const Conversion &conversion, const char *text, size_t length) {
-    if (conversion.own) {
-      add(text, length);
-    } else {
-      add_guarded(text, length);
-    }
-  };
   while (complete_ && *format != '\0') {
     const size_t literal = strcspn(format, "%");
     add_literal(format, literal);
@@ -182,31 +175,37 @@ void CommandText::append_guarded(const char *format, va_list arguments) {
     if (*format == '\0') return;
     const Conversion conversion = read_conversion(format);
     format = conversion.end;
+    if (conversion.letter == '%') {
+      add_literal("%", 1);
+      continue;
+    }
     const int most = conversion.has_precision_argument ? va_arg(arguments, int) : conversion.precision;
     char plain[16] = "";
-    char number[64] = "";
-    const auto length = static_cast<size_t>(format - conversion.begin);
+    char written[64] = "";
+    const auto length = static_cast<size_t>(conversion.end - conversion.begin);
     memcpy(plain, conversion.begin, std::min(sizeof plain - 1, length));
+    const char *text = written;
     if (conversion.letter == 's') {
-      const char *text = va_arg(arguments, const char *);
+      text = va_arg(arguments, const char *);
       if (text == nullptr) text = "(null)";
-      add_text(conversion, text, most < 0 ? strlen(text) : strnlen(text, static_cast<size_t>(most)));
     } else if (conversion.letter == 'c') {
-      const auto character = static_cast<char>(va_arg(arguments, int));
-      add_text(conversion, &character, character == '\0' ? 0 : 1);
-    } else if (conversion.letter == '%') {
-      add_literal("%", 1);
-    } else if (conversion.letter == '\0' || strchr("diuoxX", conversion.letter) == nullptr || length >= sizeof plain) {
+      written[0] = static_cast<char>(va_arg(arguments, int));
+    } else if (conversion.letter == '\0' || strchr("diuoxX", conversion.letter) == nullptr || length >= sizeof plain ||
+               conversion.longs > 1) {
       log_line("a command was not run: %s cannot stand in it", plain);
       complete_ = false;
     } else if (conversion.longs == 1) {
-      snprintf(number, sizeof number, plain, va_arg(arguments, long));
-    } else if (conversion.longs > 1) {
-      snprintf(number, sizeof number, plain, va_arg(arguments, long long));
+      snprintf(written, sizeof written, plain, va_arg(arguments, long));
     } else {
-      snprintf(number, sizeof number, plain, va_arg(arguments, int));
+      snprintf(written, sizeof written, plain, va_arg(arguments, int));
     }
-    add(number, strlen(number));
+    const bool from_outside = conversion.letter == 'c' || conversion.letter == 's';
+    const size_t shown = strnlen(text, from_outside ? static_cast<size_t>(most) : sizeof written);
+    if (from_outside && !conversion.own) {
+      add_guarded(text, shown);
+    } else {
+      add(text, shown);
+    }
   }
 }
 

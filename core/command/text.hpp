@@ -8,8 +8,8 @@
 
 namespace zol {
 
-/// A command text, put together piece by piece, of any length. Formats are those of printf; with the guard on the ones
-/// of whole numbers, %c and %s, and a text is not padded. In a format
+/// A command text, put together piece by piece, of any length. Formats are those of printf. With the guard on those of
+/// an int, a long, %c and %s, where a text is not padded; with any other the text is not complete. In a format
 ///
 ///   %s    is a text from outside: a manager's, a file's, a program's. With the guard on it is escaped for the quoting
 ///         that it stands in (bare, "...", '...'), so that it reaches the program as it is, whatever it holds;

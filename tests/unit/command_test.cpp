@@ -296,8 +296,8 @@ TEST(Guard, AnOrdinaryTextGivesTheUsualCommandAndTheLibrarysOwnIsLeftAlone) {
   for (const int on : {0, 1}) {
     const Switched guard("zolarcGuard", on);
     ScriptedShell shell;
-    zol::shell("uci set %-s=%s;x \"%s\" '%s' %%%c %d %.*s %.2s %ld %04llx %zu", "a.@b[0].c", "v_1./:@=,+%-",
-               "two words", "it", 'c', -1, 2, "abc", "abc", LONG_MIN, 171LL, size_t{7});
+    zol::shell("uci set %-s=%s;x \"%s\" '%s' %%%c %d %.*s %.2s %ld %04lx %zu", "a.@b[0].c", "v_1./:@=,+%-", "two words",
+               "it", 'c', -1, 2, "abc", "abc", LONG_MIN, 171L, size_t{7});
     EXPECT_EQ(shell.commands(),
               std::vector<std::string>{"uci set a.@b[0].c=v_1./:@=,+%-;x \"two words\" 'it' %c -1 ab ab " +
                                        std::to_string(LONG_MIN) + " 00ab 7"});
