@@ -36,7 +36,7 @@ PLACES = ["Harbour", "Warehouse", "Lobby", "Quay", "Terminal", "Office", "Yard",
 FAULTS = ["radio off", "noisy", "hung", "silent"]
 
 # How a day of watching passes in two minutes. A window must hold two scrapes.
-SHORT = {"2m": "10s", "5m": "30s", "10m": "15s", "15m": "1m", "1h": "30s", "1d": "2m"}
+SHORT = {"2m": "10s", "5m": "20s", "10m": "15s", "15m": "1m", "1h": "30s", "1d": "2m"}
 
 
 def hurried(rules: str) -> str:
