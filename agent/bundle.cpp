@@ -6,6 +6,7 @@
 #include "agent/sampling.hpp"
 #include "core/dynamic_table.hpp"
 #include "core/module.hpp"
+#include "core/static_table.hpp"
 #include "core/switches.hpp"
 
 namespace {
@@ -25,6 +26,7 @@ int on_configuration(int, int, void *, void *) {
 
 void init_netsnmpzolarc(void) {
   zol::add_switches();
+  zol::StaticTable::register_columns(true);
   for (const zol::Module *module : zol::modules()) {
     if (is_first(*module)) module->init();
   }
@@ -41,5 +43,6 @@ void deinit_netsnmpzolarc(void) {
   snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, on_configuration, nullptr, 1);
   zol::remove_extensions();
   for (const zol::Module *module : zol::modules()) module->deinit();
+  zol::StaticTable::register_columns(false);
   zol::remove_switches();
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-// The frame of the tables. A table is a fixed grid of read-only cells, every one of them registered: the rows that live
-// at the moment answer, the others do not exist. A table is declared as a list of columns and a few facts about its
-// rows:
+// The frame of the tables. A table is a fixed grid of read-only cells: the rows that live at the moment answer, the
+// others do not exist. A table's own module registers every cell, the bundle the columns, which answer the same. A
+// table is declared as a list of columns and a few facts about its rows:
 //
 //   constexpr zol::Column columns[] = {
 //       zol::integer_column(1, 1, "bandwidthPackageIndex", [](zol::Cell cell) { return cell.row; }),
@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <optional>
 #include <span>
 #include <utility>
 
@@ -71,6 +72,10 @@ class StaticTable {
                         std::span<variable7> records, FindMethod *method)
       : name_(name), spec_(spec), columns_(columns), records_(records), method_(method), tokens_(name) {}
 
+  /// Has the tables that start from now on register their columns in place of their cells: the agent takes some 2 KiB
+  /// for whatever is registered, and the tree has 1,500 cells.
+  static void register_columns(bool wanted) { by_column_ = wanted; }
+
   /// Fills in the records, one per cell, row by row, and registers them and the tokens.
   void init();
   void deinit();
@@ -84,6 +89,20 @@ class StaticTable {
   [[nodiscard]] size_t capacity() const { return records_.size() / columns_.size(); }
   void fill_records();
 
+  // The columns as the bundle registers them.
+
+  static Netsnmp_Node_Handler answer_column;
+  void add_columns();
+  void remove_columns();
+  [[nodiscard]] FullOid column_oid(const Column &column) const;
+  /// Answers a GET or GETNEXT of the column with this OID as its cells would, were they registered.
+  void get(netsnmp_variable_list &request, std::span<const oid> column);
+  void get_next(netsnmp_variable_list &request, std::span<const oid> column);
+  /// Asks one cell from `name` on. Whether it has answered.
+  bool ask(netsnmp_variable_list &request, std::span<const oid> column, oid row, std::span<const oid> name, int exact);
+
+  static bool by_column_;
+
   const char *name_;
   TableSpec spec_;
   std::span<const Column> columns_;
@@ -92,6 +111,8 @@ class StaticTable {
   ModuleTokens tokens_;
   Registration registration_{};
   Answer answer_;
+  /// The enterprise that the columns are registered under; none while they are not.
+  std::optional<int32_t> columns_below_;
 };
 
 /// What the registry says of a table: one entry per column.
