@@ -44,8 +44,10 @@ bandwidthDownload = express
 bandwidthUpload = low
 """
 
-# What moves with the time of day.
+# What moves with the time of day, and what with every run and build.
 TIMES = re.compile(r"(?P<object>clientUptime|zolLeaseTime|currentTime)(?P<rest>\S* = STRING: ).*")
+FIGURES = re.compile(r"(?P<object>zolStationConnected|zolHealth(Commands|Shells|Reused|Late|Collection\w*|Uptime|Build))"
+                     r"(?P<rest>\S* = \w+: ).*")
 
 # How long the answers must stand still to be the device's last word: longer than the tasks that collect sleep.
 SETTLED_SECONDS = 13
@@ -69,8 +71,16 @@ def fill(agent: Agent) -> None:
         agent.by_name("snmpset", *itertools.chain.from_iterable(zip(names, words[1::3], words[2::3], strict=True)))
 
 
-def walk(agent: Agent) -> str:
-    return TIMES.sub(r"\g<object>\g<rest>(a time)", agent.by_name("snmpwalk", "zolarc"))
+# What the first line of what stands beside the tree begins with.
+FIRST_BESIDE = "ZOLARC-MIB::zolStation"
+
+
+def walk(agent: Agent, *, beside: bool = True) -> str:
+    """The tree, and what stands beside it, which single modules do not have."""
+    answer = TIMES.sub(r"\g<object>\g<rest>(a time)", agent.by_name("snmpwalk", "zolarc"))
+    if beside:
+        answer += FIGURES.sub(r"\g<object>\g<rest>(a figure)", agent.by_name("snmpwalk", "-Ob", "zolarcExtensions"))
+    return answer
 
 
 def render(_: list[Object], build: Path) -> str:
