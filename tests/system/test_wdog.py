@@ -58,7 +58,8 @@ def boot(device: Device) -> subprocess.Popen[bytes]:
     """Starts the watchdog as the device does it."""
     device.write("/etc/init.d/wdog", (REPOSITORY / "packaging/openwrt/files/wdog.init").read_text())
     device.write("/tmp/rc.common", RC_COMMON)
-    return device.popen(["/bin/busybox", "sh", "-c", ". /tmp/rc.common; . /etc/init.d/wdog; start; exec sleep 600"])
+    script = "busybox syslogd -O /var/messages; . /tmp/rc.common; . /etc/init.d/wdog; start; exec sleep 600"
+    return device.popen(["/bin/busybox", "sh", "-c", script])
 
 
 def test_a_schedule_set_over_snmp_reboots_at_its_time(device: Device) -> None:
@@ -91,6 +92,7 @@ def test_a_schedule_set_over_snmp_reboots_at_its_time(device: Device) -> None:
     be_up(device, 5000)
     started = boot(device)
     wait_until(lambda: reboots(device), "the reboot after a boot")
+    wait_until(lambda: "wdog: reboot, scheduled for 12:01" in device.read("/var/messages"), "the line of syslog")
     started.kill()
 
 

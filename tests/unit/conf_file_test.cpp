@@ -159,6 +159,9 @@ TEST_F(ConfFileTest, WritesToTheFileAsItIsByThen) {
   ASSERT_EQ(symlink(path_, link.c_str()), 0);
   confClose(open("[a]\nK=1\n"));
   ASSERT_EQ(chmod(path_, 0640), 0);
+  // Another owner is what only root can give.
+  const uid_t owner = geteuid() == 0 ? 1 : geteuid();
+  ASSERT_EQ(chown(path_, owner, static_cast<gid_t>(-1)), 0);
   ConfFile *file = confOpen(link.c_str());
   ASSERT_EQ(confSection(file, "a"), 0);
   ASSERT_EQ(confWrite(file, "K", "2"), 0);
@@ -170,6 +173,7 @@ TEST_F(ConfFileTest, WritesToTheFileAsItIsByThen) {
   EXPECT_TRUE(S_ISLNK(status.st_mode));
   ASSERT_EQ(stat(path_, &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0640U);
+  EXPECT_EQ(status.st_uid, owner);
 
   file = confOpen(link.c_str());
   const ino_t before = status.st_ino;
