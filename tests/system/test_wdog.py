@@ -13,7 +13,7 @@ from pathlib import Path
 import pytest
 
 from conftest import REPOSITORY
-from testbed.device import Agent, Device, wait_until
+from testbed.device import Agent, Device, machine_of, wait_until
 from testbed.snmp import free_udp_port
 from test_openwrt import RC_COMMON
 
@@ -201,7 +201,7 @@ boot() { up "$1"; begin; until_asked 3; stop; }
 acts() { up "$1"; begin; has "$2"; stop; }
 # What has ended may be waited for by nobody yet.
 stop() { read -r pid < "$DIR/pid"; kill "$pid"; while grep -qs '^State:.[^Z]' "/proc/$pid/status"; do sleep 0.02; done; }
-begin() { "$WDOG" "path=$DIR" --daemon; "$WDOG" "path=$DIR" --test=1 6 | sed -n 's/^1.* //p' > "$DIR/pid"; }
+begin() { wdog "path=$DIR" --daemon; wdog "path=$DIR" --test=1 6 | sed -n 's/^1.* //p' > "$DIR/pid"; }
 configure() { { echo "[ping]"; for pair in "$@"; do echo "$pair"; done; } > "$DIR/wdog.conf"; }
 """
 # Answers every echo request after so many seconds.
@@ -224,15 +224,18 @@ while True:
 @pytest.fixture
 def alone(tmp_path: Path, build_dir: Path):
     (tmp_path / "bin").mkdir()
-    program = tmp_path / "bin/reboot"
-    program.write_text("#!/bin/sh\nawk '/^Icmp: [0-9]/ { print $10 }' /proc/net/snmp >> \"$DIR/reboots\"\n")
-    program.chmod(0o755)
+    machine = machine_of(build_dir / "wdog")
+    emulator = f"{machine.emulator} -L {machine.libraries.parent} " if machine else ""
+    for name, line in (("reboot", "awk '/^Icmp: [0-9]/ { print $10 }' /proc/net/snmp >> \"$DIR/reboots\""),
+                       ("wdog", f"exec {emulator}{build_dir}/wdog \"$@\"")):
+        program = tmp_path / "bin" / name
+        program.write_text(f"#!/bin/sh\n{line}\n")
+        program.chmod(0o755)
     for name in ("uptime", "reboots"):
         (tmp_path / name).touch()
 
     def run(script: str) -> list[str]:
-        environment = {"PATH": f"{tmp_path}/bin:{os.environ['PATH']}", "DIR": str(tmp_path), "WDOG": str(build_dir / "wdog"),
-                       "ANSWER_LATE": ANSWER_LATE}
+        environment = {"PATH": f"{tmp_path}/bin:{os.environ['PATH']}", "DIR": str(tmp_path), "ANSWER_LATE": ANSWER_LATE}
         done = subprocess.run([*ALONE, SETUP + script], env=environment, capture_output=True, text=True, check=False,
                               timeout=120)
         assert (done.returncode, done.stderr) == (0, ""), done
