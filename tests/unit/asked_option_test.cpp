@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -20,10 +21,6 @@ std::vector<std::string> answers(const char *command, const std::vector<std::str
 
 TEST(AskedOption, LeavesWhatMayBeAnAnswer) {
   using Lines = std::vector<std::string>;
-  struct Case {
-    const char *command;
-    Lines printed, left;
-  };
   const Lines package{"wireless.wifi0=wifi-device",         "wireless.wifi0.channel=6",
                       "wireless.@wifi-iface[0]=wifi-iface", "wireless.@wifi-iface[0].ssid=my net",
                       "wireless.guest=wifi-iface",          "wireless.guest.ssid=guests"};
@@ -39,7 +36,7 @@ TEST(AskedOption, LeavesWhatMayBeAnAnswer) {
                   "=",
                   "wireless.wifi0.channel=6",
                   "wireless.cfg033579.channel=7"};
-  const Case cases[] = {
+  const std::tuple<const char *, Lines, Lines> cases[] = {
       // An option is missing: the dump of its section. A section is missing: the dump of its package.
       {"uci show wireless.wifi0.txpower", {"wireless.wifi0=wifi-device", "wireless.wifi0.channel=6"}, {}},
       {"uci show -q wireless.wifi3.channel", package, {}},
@@ -59,7 +56,7 @@ TEST(AskedOption, LeavesWhatMayBeAnAnswer) {
       {"uci get -q wireless.wifi0.channel", package, package},
       {"iwinfo ath0 info", package, package},
   };
-  for (const Case &each : cases) EXPECT_EQ(answers(each.command, each.printed), each.left) << each.command;
+  for (const auto &[command, printed, left] : cases) EXPECT_EQ(answers(command, printed), left) << command;
 }
 
 }  // namespace

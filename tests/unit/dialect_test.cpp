@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <tuple>
 
 #include "core/command.hpp"
 #include "core/enterprise.hpp"
@@ -43,11 +44,7 @@ TEST_F(Dialect, Unquotes) {
   const std::string long_text(300, '\'');
   std::string long_quoted;
   for (size_t i = 0; i < long_text.size(); ++i) long_quoted += "'\\''";
-  struct Case {
-    const char *command;
-    std::string printed, read;
-  };
-  const Case cases[] = {
+  const std::tuple<const char *, std::string, std::string> cases[] = {
       {"uci show a.b.c", "a.b.c='6'\n", "a.b.c=6\n"},
       {"uci show a.b.c", "a.b.c=''\n", "a.b.c=\n"},
       {"uci show a", "a.b=type\na.b.c='my net'\na.@t[0]=t\na.@t[0].o='x=y'\n",
@@ -67,9 +64,8 @@ TEST_F(Dialect, Unquotes) {
       {"uci get a.b.c", "'a' 'b'\n", "'a' 'b'\n"},
       {"iwinfo ath0 info", "ESSID='x'\n", "ESSID='x'\n"},
   };
-  for (const Case &each : cases) {
-    for (const size_t piece : {1U, 2U, 7U, 4096U})
-      EXPECT_EQ(plain(each.command, each.printed, piece), each.read) << piece;
+  for (const auto &[command, printed, read] : cases) {
+    for (const size_t piece : {1U, 2U, 7U, 4096U}) EXPECT_EQ(plain(command, printed, piece), read) << piece;
   }
 }
 

@@ -8,6 +8,7 @@
 #include <ctime>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 #include "core/address.hpp"
@@ -19,13 +20,7 @@
 namespace {
 
 TEST(Fields, AreCountedWithoutTheEmptyOnes) {
-  struct Case {
-    const char *source;
-    unsigned short index;
-    char separator;
-    const char *field;
-  };
-  const Case cases[] = {
+  const std::tuple<const char *, unsigned short, char, std::string> cases[] = {
       {"a;b;c", 0, ';', "a"},
       {"a;b;c", 2, ';', "c"},
       {"a;;b", 1, ';', "b"},
@@ -36,14 +31,14 @@ TEST(Fields, AreCountedWithoutTheEmptyOnes) {
       {"key=", 1, '=', "old"},
       {"one two", 1, ' ', "two"},
   };
-  for (const Case &expected : cases) {
+  for (const auto &[source, index, separator, expected] : cases) {
     char field[16] = "old";
-    EXPECT_EQ(zoel_getElementOf_(field, expected.source, expected.index, expected.separator), 0);
-    EXPECT_STREQ(field, expected.field) << expected.source;
+    EXPECT_EQ(zoel_getElementOf_(field, source, index, separator), 0);
+    EXPECT_EQ(field, expected) << source;
     char bounded[3] = "ol";
-    const bool found = zol::copy_field(bounded, expected.source, expected.index, expected.separator);
-    EXPECT_EQ(found, strcmp(expected.field, "old") != 0) << expected.source;
-    EXPECT_EQ(std::string(bounded), std::string(expected.field).substr(0, 2)) << expected.source;
+    const bool found = zol::copy_field(bounded, source, index, separator);
+    EXPECT_EQ(found, expected != "old") << source;
+    EXPECT_EQ(std::string(bounded), expected.substr(0, 2)) << source;
   }
   EXPECT_EQ(zol_countElementOf_(" a  bc d ", ' '), 3);
   EXPECT_EQ(zol_countElementOf_("", ' '), 0);
@@ -111,22 +106,16 @@ TEST(Tokens, CutALongTextAndSaySo) {
 }
 
 TEST(Addresses, AreReadOctetByOctet) {
-  struct Case {
-    const char *text;
-    uint32_t scanned;
-    int octets;
-    uint32_t strict;
-  };
-  const Case cases[] = {{"192.168.1.2", 0xC0A80102, 4, 0xC0A80102},
-                        {"10.0.0.1/8", 0x0A000001, 4, 0x0A000001},
-                        {"10.1", 0x0A010000, 2, 0},
-                        {"", 0, 0, 0},
-                        {"x", 0, 0, 0}};
-  for (const Case &expected : cases) {
-    const zol::ScannedIpv4 scanned = zol::scan_ipv4(expected.text);
-    EXPECT_EQ(scanned.address, expected.scanned) << expected.text;
-    EXPECT_EQ(scanned.octets, expected.octets) << expected.text;
-    EXPECT_EQ(zol::parse_ipv4(expected.text), expected.strict) << expected.text;
+  const std::tuple<const char *, uint32_t, int, uint32_t> cases[] = {{"192.168.1.2", 0xC0A80102, 4, 0xC0A80102},
+                                                                     {"10.0.0.1/8", 0x0A000001, 4, 0x0A000001},
+                                                                     {"10.1", 0x0A010000, 2, 0},
+                                                                     {"", 0, 0, 0},
+                                                                     {"x", 0, 0, 0}};
+  for (const auto &[text, address, octets, strict] : cases) {
+    const zol::ScannedIpv4 scanned = zol::scan_ipv4(text);
+    EXPECT_EQ(scanned.address, address) << text;
+    EXPECT_EQ(scanned.octets, octets) << text;
+    EXPECT_EQ(zol::parse_ipv4(text), strict) << text;
   }
   EXPECT_STREQ(zol::DottedQuad(0xFFFEFD00).text(), "255.254.253.0");
 }

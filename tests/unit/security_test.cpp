@@ -81,15 +81,15 @@ TEST_F(Security, ATypeKeepsTheCipherAndACipherTheType) {
 
 TEST_F(Security, TextsAreTheFirstWordOfTheirOption) {
   const std::string longest(64, 'k');
-  for (const auto &[object, option] :
-       std::initializer_list<std::pair<const char *, std::string>>{{"security_key1", "key1"},
-                                                                   {"security_key2", "key2"},
-                                                                   {"security_key3", "key3"},
-                                                                   {"security_key4", "key4"},
-                                                                   {"security_key", "key"},
-                                                                   {"security_authsecret", "auth_secret"},
-                                                                   {"security_acntsecret", "acct_secret"},
-                                                                   {"security_nasid", "nasid"}}) {
+  const std::pair<const char *, std::string> texts[] = {{"security_key1", "key1"},
+                                                        {"security_key2", "key2"},
+                                                        {"security_key3", "key3"},
+                                                        {"security_key4", "key4"},
+                                                        {"security_key", "key"},
+                                                        {"security_authsecret", "auth_secret"},
+                                                        {"security_acntsecret", "acct_secret"},
+                                                        {"security_nasid", "nasid"}};
+  for (const auto &[object, option] : texts) {
     check(std::initializer_list<Case>{
         {object, "first", show(option), "another line\n" + line(option, "first word") + line(option, "second")},
         {object, "first", show(option), ""},

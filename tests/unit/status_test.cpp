@@ -136,14 +136,15 @@ TEST(Status, WithoutCommandsEveryObjectFallsBack) {
   strcpy(cpu_percent_used, "1.5%");
   strcpy(ld_version, "3.3.8");
   zol_rx_bytes = 7;
-  check_without_commands({{"cpu_percent_used", "1.5%"},
-                          {"ld_version", "3.3.8"},
-                          {"lan_ip", address(127, 0, 0, 1)},
-                          {"lan_gateway", address(127, 0, 0, 1)},
-                          {"eth1_connected", 0},
-                          {"eth1_rx_bytes", 0},
-                          {"eth1_link_time", "0 Days 00:00:00"},
-                          {"eth2_mac", std::string(6, '\0')}});
+  const std::initializer_list<std::pair<const char *, Value>> presets = {{"cpu_percent_used", "1.5%"},
+                                                                         {"ld_version", "3.3.8"},
+                                                                         {"lan_ip", address(127, 0, 0, 1)},
+                                                                         {"lan_gateway", address(127, 0, 0, 1)},
+                                                                         {"eth1_connected", 0},
+                                                                         {"eth1_rx_bytes", 0},
+                                                                         {"eth1_link_time", "0 Days 00:00:00"},
+                                                                         {"eth2_mac", std::string(6, '\0')}};
+  check_without_commands(presets);
   ScriptedShell shell;
   shell.cannot_start();
   float busy = 1, idle = 2;

@@ -27,13 +27,7 @@ constexpr const char *lord_howe = "<+1030>-10:30<+11>-11,M10.1.0,M4.1.0";
 constexpr const char *havana = "CST5CDT,M3.2.0/0,M11.1.0/1";
 
 TEST(Schedule, IsDueOnceEveryDay) {
-  struct Case {
-    const char *zone;
-    const char *schedule;
-    int64_t after;
-    const char *due;
-  };
-  const Case cases[] = {
+  const std::tuple<const char *, const char *, int64_t, const char *> cases[] = {
       {"UTC", "--by-time=03:30", 1767614400, "2026-01-06 03:30:00 +0000"},
       {"UTC", "--by-time=12:00", 1767614399, "2026-01-05 12:00:00 +0000"},
       {"UTC", "--by-time=12:00", 1767614400, "2026-01-06 12:00:00 +0000"},
@@ -52,12 +46,11 @@ TEST(Schedule, IsDueOnceEveryDay) {
       {havana, "--by-time=00:30", 1793500000, "2026-11-01 00:30:00 -0400"},
       {havana, "--by-time=00:30", 1793509200, "2026-11-02 00:30:00 -0500"},
   };
-  for (const Case &expected : cases) {
-    live_in(expected.zone);
-    const auto schedule = wdog::parse_schedule(expected.schedule);
+  for (const auto &[zone, text, after, due] : cases) {
+    live_in(zone);
+    const auto schedule = wdog::parse_schedule(text);
     ASSERT_TRUE(schedule);
-    EXPECT_STREQ(wdog::print_moment(wdog::next_reboot(*schedule, expected.after, 100000)).data(), expected.due)
-        << expected.zone << " " << expected.after;
+    EXPECT_STREQ(wdog::print_moment(wdog::next_reboot(*schedule, after, 100000)).data(), due) << zone << " " << after;
   }
   live_in("UTC");
   const Schedule noon{Schedule::Kind::by_time, 720};
