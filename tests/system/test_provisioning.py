@@ -136,8 +136,8 @@ def test_a_radio_is_upgraded(device: Device, agent: Agent, server: FtpServer) ->
     (server.files / file).write_bytes(content)
     server.start()
     provision(agent, server.port, file)
-    agent.set(CONFIRM, "i", 1)
-    assert not device.calls("sysupgrade"), "there is nothing to flash yet"
+    agent.set_many([(STATUS, "i", 1), (CONFIRM, "i", 1)])
+    assert not device.calls("sysupgrade"), "there is nothing to flash yet, whatever the status says"
     commands(device)
 
     url = f"ftp://ftp:{'p' * 32}@127.0.0.1:{server.port}/{file}"

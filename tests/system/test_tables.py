@@ -75,11 +75,3 @@ def test_what_comes_and_goes_shows_at_the_next_walk(device: Device, tables: Agen
         device.set_state(f"interfaces/{interface}", bridge=None)
     device.write("/tmp/dhcp.leases", "")
     assert counts() == {STATISTICS: 0, SURVEY: 0, LEASES: 0}
-    assert tables.get(f"{SURVEY}.1.2.0").value is tables.get(f"{LEASES}.4.1.0").value is None
-
-    device.write("/tmp/dhcp.leases", leases)
-    for interface in ("ath0", "ath1", "ath2"):
-        device.set_state(f"interfaces/{interface}", bridge="br-lan")
-    device.set_state("neighbours/08", bssid=None, essid=None, channel=None, signal=None, radio=None)
-    (device.state / "neighbours/08").rmdir()
-    assert counts() == rows

@@ -48,6 +48,7 @@ TEST_F(Security, EncryptionTellsTypeAndCipher) {
       {line("encryption", "wep-open+ccmp"), 0, 1},
       {line("encryption", "'psk2+ccmp'"), 4, 1},
       {line("encryption", "'psk2'"), 0, 0},
+      {line("encryption", "'psk-mixed'"), 0, 0},
       {line("encryption", ""), 0, 0},
       {"", 0, 0},
       {"another line\nx.encryption=psk2+ccmp\n", 0, 0},
