@@ -1,5 +1,5 @@
-// What it takes to start a command, read what it prints and take leave of it, and nothing else: the least that any way to
-// answer from a command costs. Prints the median in microseconds.
+// What it takes to start a command, read what it prints and take leave of it, and nothing else: the least that any way
+// to answer from a command costs. Prints the median in microseconds.
 //   bare_start TIMES PROGRAM ARGUMENT...
 
 #include <spawn.h>
