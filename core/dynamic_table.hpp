@@ -156,7 +156,7 @@ void remove_extensions();
   namespace {                                                                                              \
   constexpr zol::DynamicSpec NAME##_spec = SPEC;                                                           \
   constexpr auto NAME##_info = zol::dynamic_info(NAME##_spec.entry, COLUMNS, ROWS);                        \
-  constinit variable2 NAME##_records[std::size(COLUMNS)];                                                  \
+  variable2 NAME##_records[std::size(COLUMNS)];                                                            \
   zol::FindMethod find_##NAME;                                                                             \
   constinit zol::DynamicTable NAME##_table(#NAME, NAME##_spec, COLUMNS, NAME##_records, find_##NAME);      \
   unsigned char *find_##NAME(variable *record, oid *name, size_t *length, int exact, size_t *value_length, \

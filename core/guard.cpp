@@ -14,7 +14,7 @@ namespace zol {
 namespace {
 
 constinit std::atomic<uint32_t> refusals = 0;
-constinit std::atomic<RefusalObserver *> observer = nullptr;
+constinit std::atomic<RefusalObserver *> refusal_observer = nullptr;
 
 bool is_control(char character) { return static_cast<unsigned char>(character) < 0x20 || character == 0x7f; }
 
@@ -35,13 +35,13 @@ bool guard_lets_through(const char *object, const unsigned char *bytes, size_t l
   if (has_no_control_characters(text, length) && (check == nullptr || check(text, length))) return true;
   ++refusals;
   log_line("%s: the guard has refused a text", object);
-  if (RefusalObserver *told = observer.load()) told(object);
+  if (RefusalObserver *told = refusal_observer.load()) told(object);
   return false;
 }
 
 uint32_t guard_refusals() { return refusals; }
 
-void tell_refusals_to(RefusalObserver *told) { observer = told; }
+void tell_refusals_to(RefusalObserver *observer) { refusal_observer = observer; }
 
 void escape_for_echo(std::span<char> target, const char *text) {
   if (!guard_is_on()) {

@@ -60,7 +60,7 @@ const char *skip_words(const char *text, int count);
 std::optional<uint64_t> scan_count(const char *&cursor);
 
 /// Reads "65.5" at `text`, behind blanks, as 65500.
-std::optional<uint32_t> scan_thousandths(const char *text);
+std::optional<uint32_t> scan_thousandths(const char *cursor);
 
 /// Whether a character can belong to a name: a letter, a digit or "_".
 bool in_word(char character);

@@ -40,9 +40,9 @@ void drop(Entry **link) {
 }
 
 void drop_oldest() {
-  Entry **link = &youngest;
-  while ((*link)->next != nullptr) link = &(*link)->next;
-  drop(link);
+  Entry **oldest = nullptr;
+  for (Entry **link = &youngest; *link != nullptr; link = &(*link)->next) oldest = link;
+  if (oldest != nullptr) drop(oldest);
 }
 
 Entry **find_link(const char *command) {

@@ -19,7 +19,7 @@ constinit CommandCounters command_counters{};
 
 namespace {
 
-constinit std::atomic<LateObserver *> observer = nullptr;
+constinit std::atomic<LateObserver *> late_observer = nullptr;
 
 /// A text that was late is answered so without a start for as long.
 constexpr int64_t rest_ms = 15'000;
@@ -114,7 +114,7 @@ void became_late() {
 
 }  // namespace
 
-void tell_late_commands_to(LateObserver *told) { observer = told; }
+void tell_late_commands_to(LateObserver *observer) { late_observer = observer; }
 
 namespace late {
 
@@ -148,7 +148,7 @@ void remember(const char *text, int64_t waited_ms, int64_t deadline_ms) {
     ++program->in_a_row;
     program->try_at = now + try_share * std::max(short_ms, deadline_ms / try_share);
   }
-  if (LateObserver *told = observer.load()) {
+  if (LateObserver *told = late_observer.load()) {
     std::array<char, 64> word{};
     scan_word(word, text);
     told(word.data());

@@ -15,7 +15,7 @@ Request *innermost = nullptr;
 
 }  // namespace
 
-Request::Request(const char *object) : object_(object), outer_(nullptr) {
+Request::Request(const char *object) : object_(object) {
   thread = pthread_self();
   known = true;
   outer_ = innermost;

@@ -22,7 +22,7 @@ class Request {
 
  private:
   const char *object_;
-  Request *outer_;
+  Request *outer_ = nullptr;
   bool late_ = false;
 };
 

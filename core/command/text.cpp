@@ -194,7 +194,7 @@ void CommandText::append_guarded(const char *format, va_list arguments) {
                conversion.longs > 1) {
       log_line("a command was not run: %s cannot stand in it", plain);
       complete_ = false;
-    } else if (conversion.longs == 1) {
+    } else if (conversion.longs == 1) {  // NOLINT(bugprone-branch-clone): the arguments' types differ
       snprintf(written, sizeof written, plain, va_arg(arguments, long));
     } else {
       snprintf(written, sizeof written, plain, va_arg(arguments, int));

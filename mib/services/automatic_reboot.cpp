@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <string_view>
 
 #include "core/command.hpp"
 #include "core/scalar.hpp"
@@ -65,17 +64,16 @@ bool is_number_below(const char *text, int end) {
 
 /// What is a schedule to the letter: a time of day, or hours from 0 to 23.
 bool is_schedule(const char *text, size_t length) {
-  constexpr std::string_view by_time = "--by-time=";
-  constexpr std::string_view by_hour = "--by-hour=";
-  const std::string_view schedule(text, length);
+  constexpr size_t form = sizeof "--by-time=" - 1;
   std::array<char, 8> when{};
-  if (length < by_time.size() || length - by_time.size() >= when.size()) return false;
-  std::copy(schedule.begin() + by_time.size(), schedule.end(), when.begin());
-  if (schedule.starts_with(by_time)) {
+  if (length < form || length - form >= when.size()) return false;
+  std::copy(text + form, text + length, when.begin());
+  if (strncmp(text, "--by-time=", form) == 0) {
     return strlen(when.data()) == 5 && is_number_below(when.data(), 24) && when[2] == ':' &&
            is_number_below(when.data() + 3, 60);
   }
-  return schedule.starts_with(by_hour) && when[0] != '\0' && strspn(when.data(), "0123456789") == strlen(when.data());
+  return strncmp(text, "--by-hour=", form) == 0 && when[0] != '\0' &&
+         strspn(when.data(), "0123456789") == strlen(when.data());
 }
 
 }  // namespace

@@ -71,8 +71,8 @@ constexpr DynamicColumn columns[] = {
     /// The number of the interface's radio: n of wifi<n>, as it is configured.
     integer32_column(4, "zol_station_radio",
                      [](size_t row) {
-                       const int32_t radio = interface_of(row).radio;
-                       return only_if(radio >= 0, radio);
+                       const auto radio = interface_of(row).radio;
+                       return only_if(radio >= 0, int32_t{static_cast<uint8_t>(radio)});
                      }),
     /// @units dBm
     /// The strength of its signal.

@@ -62,9 +62,12 @@ std::string text_of(const Option &option, bool alone) {
   std::string text;
   for (size_t i = 0; i < option.values.size(); ++i) {
     const std::string &value = option.values[i];
-    const bool in_quotes = !alone || (option.is_list && value.find_first_of(" \t\r\n") != std::string::npos);
     if (i > 0) text += ' ';
-    text += uci::newer && in_quotes ? uci::quoted(value) : value;
+    if (uci::newer && (!alone || (option.is_list && value.find_first_of(" \t\r\n") != std::string::npos))) {
+      text += uci::quoted(value);
+    } else {
+      text += value;
+    }
   }
   return text;
 }

@@ -126,7 +126,8 @@ Store::Contents Store::read(const std::string &package) const {
   Contents contents{Package(package), {}, 0};
   parse(*text, contents.package);
   const auto read_changes = [&](const std::string &folder) {
-    for (Change &change : parse_changes(read_file(folder + "/" + package).value_or(""), package)) {
+    for (Change &change :
+         parse_changes(read_file(std::string(folder).append("/").append(package)).value_or(""), package)) {
       try {
         apply(change, contents.package);
         ++contents.applied;

@@ -40,8 +40,7 @@ size_t begin_section(LineWords &words, Package &package) {
     package.add_anonymous(type);
     return package.sections().size() - 1;
   }
-  const Section *present = package.find(name);
-  if (newer && present != nullptr && present->type != type) {
+  if (const Section *present = newer ? package.find(name) : nullptr; present != nullptr && present->type != type) {
     throw words.error("section of different type overwrites prior section with same name");
   }
   apply({Change::Kind::set, name, {}, type}, package);
@@ -115,7 +114,7 @@ std::string LineWords::next_change() {
   position_ = 0;
   at(0) = '\0';
   read(0);
-  if (!newer) return buffer_.c_str();
+  if (!newer) return buffer_.substr(0, buffer_.find('\0'));
   std::string word = next_word(false, false);
   if (current() != '\0') throw parse_error();
   return word;
