@@ -139,7 +139,7 @@ int shell(Arguments arguments) {
     journal::append("sh", arguments.subspan(text, 1));
   } else if (!arguments.empty() && !is_below_a_shell()) {
     // For a script that was started by its name the kernel knows that name.
-    const auto *file = reinterpret_cast<const char *>(getauxval(AT_EXECFN));
+    const auto *file = reinterpret_cast<const char *>(getauxval(AT_EXECFN));  // NOLINT(performance-no-int-to-ptr)
     std::vector<const char *> words;
     if (base_name(file) == "sh") words.push_back("/bin/sh");
     words.insert(words.end(), arguments.begin(), arguments.end());

@@ -16,7 +16,7 @@ using namespace zol;
 
 namespace {
 
-std::string plain(const char *command, std::string output, size_t piece) {
+std::string plain(const char *command, const std::string &output, size_t piece) {
   Unquoter unquoter(command);
   std::string result;
   for (size_t i = 0; i < output.size(); i += piece) {

@@ -227,6 +227,7 @@ FILE *fopen(const char *filename, const char *modes) {
   return original<FILE *(const char *, const char *)>("fopen")(filename, modes);
 }
 
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the C library's names are its own
 int open(const char *path, int flags, ...) {
   if (machine != nullptr && strncmp(path, "/etc/", 5) == 0) {
     const auto file = machine->files.find(path);

@@ -35,9 +35,9 @@ std::vector<RegisteredRow> start_all() {
     registering.clear();
     module->init();
     const std::span objects(module->objects, module->object_count);
-    for (const auto &[full, row] : registering) {
-      const auto object = std::ranges::find_if(objects, [&](const auto &info) { return belongs(full, info); });
-      rows.push_back({full, row, object == objects.end() ? nullptr : &*object, module});
+    for (const auto &one : registering) {
+      const auto object = std::ranges::find_if(objects, [&](const auto &info) { return belongs(one.first, info); });
+      rows.push_back({one.first, one.second, object == objects.end() ? nullptr : &*object, module});
     }
   }
   std::ranges::sort(rows, OidOrder{}, &RegisteredRow::full);
