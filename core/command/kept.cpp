@@ -19,13 +19,19 @@ namespace {
 
 struct Entry {
   Entry *next;
-  Sources sources;
+  size_t sources_size;
   size_t command_size;
   size_t output_size;
 
-  /// The command with its terminator, and then the output.
-  [[nodiscard]] char *text() { return reinterpret_cast<char *>(this + 1); }
-  [[nodiscard]] size_t size() const { return sizeof(Entry) + command_size + output_size; }
+  // Behind it stand its sources, the command with its terminator, and the output.
+  [[nodiscard]] char *sources() { return reinterpret_cast<char *>(this + 1); }
+  [[nodiscard]] char *command() { return sources() + sources_size; }
+  [[nodiscard]] char *output() { return command() + command_size; }
+  [[nodiscard]] size_t size() const { return sizeof(Entry) + sources_size + command_size + output_size; }
+
+  [[nodiscard]] bool has(const Sources &wanted) {
+    return std::ranges::equal(std::span<const char>(sources(), sources_size), wanted.bytes());
+  }
 };
 
 pthread_mutex_t guard = PTHREAD_MUTEX_INITIALIZER;
@@ -47,7 +53,7 @@ void drop_oldest() {
 
 Entry **find_link(const char *command) {
   Entry **link = &youngest;
-  while (*link != nullptr && strcmp((*link)->text(), command) != 0) link = &(*link)->next;
+  while (*link != nullptr && strcmp((*link)->command(), command) != 0) link = &(*link)->next;
   return link;
 }
 
@@ -103,9 +109,13 @@ Sources::State Sources::state_of(const char *folder, const char *name, size_t le
   struct stat file {};
   snprintf(path, sizeof path, "%s/%.*s", folder, static_cast<int>(length), name);
   if (stat(path, &file) == -1) return {};
-  return {file.st_dev,         file.st_ino,          static_cast<unsigned long long>(file.st_size),
-          file.st_mtim.tv_sec, file.st_mtim.tv_nsec, file.st_ctim.tv_sec,
-          file.st_ctim.tv_nsec};
+  return {file.st_dev,
+          file.st_ino,
+          static_cast<uint64_t>(file.st_size),
+          file.st_mtim.tv_sec,
+          file.st_ctim.tv_sec,
+          static_cast<int32_t>(file.st_mtim.tv_nsec),
+          static_cast<int32_t>(file.st_ctim.tv_nsec)};
 }
 
 /// False when the package has no file, or there are too many.
@@ -159,22 +169,23 @@ bool Sources::at_rest() const {
 bool find(const char *command, const Sources &sources, Output &output) {
   const Lock lock(guard);
   Entry *entry = *find_link(command);
-  return entry != nullptr && entry->sources == sources &&
-         output.append(entry->text() + entry->command_size, entry->output_size);
+  return entry != nullptr && entry->has(sources) && output.append(entry->output(), entry->output_size);
 }
 
 void keep(const char *command, const Sources &sources, const Output &output) {
   const size_t command_size = strlen(command) + 1;
-  const size_t size = sizeof(Entry) + command_size + output.size();
+  const std::span<const char> states = sources.bytes();
+  const size_t size = sizeof(Entry) + states.size() + command_size + output.size();
   if (size > most_bytes) return;
   const Lock lock(guard);
   if (Entry **link = find_link(command); *link != nullptr) drop(link);
   while (kept_bytes + size > most_bytes) drop_oldest();
   auto *entry = static_cast<Entry *>(malloc(size));
   if (entry == nullptr) return;
-  *entry = {youngest, sources, command_size, output.size()};
-  memcpy(entry->text(), command, command_size);
-  if (output.size() > 0) memcpy(entry->text() + command_size, output.data(), output.size());
+  *entry = {youngest, states.size(), command_size, output.size()};
+  std::ranges::copy(states, entry->sources());
+  memcpy(entry->command(), command, command_size);
+  if (output.size() > 0) memcpy(entry->output(), output.data(), output.size());
   youngest = entry;
   kept_bytes += size;
 }

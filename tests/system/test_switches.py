@@ -65,11 +65,13 @@ def rest(device: Device) -> None:
 
 
 def test_a_second_walk_starts_no_uci(device: Device) -> None:
+    agent = device.start_agent(conf="zolarcReuse yes\nzolarcExtensions no")
     rest(device)
-    agent = device.start_agent(conf="zolarcReuse yes")
+    agent.walk()
     first = agent.walk("3")
     device.clear_journal()
     assert agent.walk("3") == first
+    agent.walk()
     assert [line for line in uci_calls(device) if "show" in line or "get" in line] == []
 
     # An answer is never older than the configuration, whoever has changed it and however.
