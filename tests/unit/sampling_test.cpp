@@ -351,13 +351,13 @@ TEST_F(Sampling, ProbesMeasureOneSecond) {
       {zol_get_80211_tx_realtime, "80211stats -i ath0 -a", "tx_bytes 20\n", "tx_bytes 1300\n"},
       {zol_get_80211_rx_realtime, "80211stats -i ath0 -a", "rx_bytes 0\n", "rx_bytes 1280\n"},
   };
-  for (const auto &[probe, command, before, after] : probes) {
-    shell.answers(command, before);
-    asleep = [&] { shell.answers(command, after); };
+  for (const auto &asked : probes) {
+    shell.answers(asked.command, asked.before);
+    asleep = [&] { shell.answers(asked.command, asked.after); };
     float rate = -1;
-    EXPECT_EQ(probe(&rate), 0);
-    EXPECT_EQ(rate, 10) << command << ": 1280 bytes are 10 Kbit";
-    EXPECT_EQ(shell.commands(), (Commands{command, command}));
+    EXPECT_EQ(asked.probe(&rate), 0);
+    EXPECT_EQ(rate, 10) << asked.command << ": 1280 bytes are 10 Kbit";
+    EXPECT_EQ(shell.commands(), (Commands{asked.command, asked.command}));
   }
   asleep = nullptr;
 }
