@@ -71,8 +71,9 @@ def test_what_is_shown_agrees_with_the_devices(fleet: Fleet, tmp_path: Path) -> 
         browser.open(fleet.page)
         tile = f"[...document.querySelectorAll('.tile')].find((tile) => tile.href.includes('{member.instance}'))"
         browser.wait(f"{tile}?.querySelector('.signal').textContent", PATIENCE)
-        shown = browser.value(f"['name', 'stations', 'signal', 'firmware'].map((part) => {tile}.querySelector('.' + part).textContent)")
-        assert shown == [name, f"{stations} stations", f"−{-signals[0]} dBm", firmware]
+        parts = f"['name', 'stations', 'signal', 'firmware'].map((part) => {tile}.querySelector('.' + part).textContent)"
+        wait_until(lambda: "–" not in browser.value(parts), "all figures of the tile", PATIENCE)
+        assert browser.value(parts) == [name, f"{stations} stations", f"−{-signals[0]} dBm", firmware]
         browser.screenshot(BUILD / "fleet-page/live-wall.png")
         browser.value(f"{tile}.click()")
         rows = "[...document.querySelectorAll('.scroll table')[0].tBodies[0].rows]"
