@@ -122,9 +122,9 @@ void StaticTable::get(netsnmp_variable_list &request, std::span<const oid> colum
 void StaticTable::get_next(netsnmp_variable_list &request, std::span<const oid> column) {
   const std::span<const oid> name(request.name, request.name_length);
   const bool inside = netsnmp_oid_is_subtree(column.data(), column.size(), name.data(), name.size()) == 0;
-  oid row = inside && name.size() > column.size() ? name[column.size()] : 0;
-  if (row != 0 && row <= capacity() && ask(request, column, row, name, 0)) return;
-  while (++row <= capacity() && !ask(request, column, row, {}, 0)) {
+  const oid named = inside && name.size() > column.size() ? name[column.size()] : 0;
+  for (oid row = std::max<oid>(named, 1); row <= capacity(); ++row) {
+    if (ask(request, column, row, row == named ? name : std::span<const oid>(), 0)) return;
   }
 }
 

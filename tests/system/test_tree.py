@@ -39,7 +39,8 @@ def test_the_whole_tree(device: Device, host: str) -> None:
 def test_the_edges_of_tables_are_the_same_however_the_library_is_hosted(device: Device) -> None:
     """The bundle registers columns, a module its cells."""
     edges = [f"{column}{tail}" for column in ("4.1.1.1", "4.1.1.16", "13.6.1.3", "23.1.1")
-             for tail in ("", ".0", ".1", ".1.0", ".1.0.0", ".1.1", ".16.0", ".17.0", ".97.0")]
+             for tail in ("", ".0", ".1", ".1.0", ".1.0.0", ".1.1", ".16.0", ".17.0", ".97.0",
+                          ".4294967295.0")]
 
     def answers(host: str) -> list[tuple[str, str]]:
         agent = start(device, host)
