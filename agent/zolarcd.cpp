@@ -201,7 +201,7 @@ struct Root {
 
 constexpr oid roots[] = {1, 2};
 
-/// Has the master agent know each whole subtree in place of its rows, of which the tree has two thousand. It would ask
+/// Has the master agent know each whole subtree in place of its rows, of which there are some hundreds. It would ask
 /// for one row after the other, and a GETNEXT that meets an empty row runs the commands of all the rows behind it.
 int claim_subtrees(int, int, void *, void *) {
   for (const oid last : roots) {

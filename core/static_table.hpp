@@ -73,7 +73,7 @@ class StaticTable {
       : name_(name), spec_(spec), columns_(columns), records_(records), method_(method), tokens_(name) {}
 
   /// Has the tables that start from now on register their columns in place of their cells: the agent takes some 2 KiB
-  /// for whatever is registered, and the tree has 1,500 cells.
+  /// for whatever is registered, and the tree has 1,400 cells.
   static void register_columns(bool wanted) { by_column_ = wanted; }
 
   /// Fills in the records, one per cell, row by row, and registers them and the tokens.
