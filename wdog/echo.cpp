@@ -36,7 +36,8 @@ bool EchoSocket::open() {
   if (descriptor_ != -1 && family_ == AF_INET6) {
     icmp6_filter filter{};
     ICMP6_FILTER_SETBLOCKALL(&filter);
-    ICMP6_FILTER_SETPASS(ICMP6_ECHO_REPLY, &filter);
+    // What ICMP6_FILTER_SETPASS does, which not every C library writes without a change of sign.
+    filter.icmp6_filt[ICMP6_ECHO_REPLY / 32] &= ~(1U << ICMP6_ECHO_REPLY % 32U);
     setsockopt(descriptor_, IPPROTO_ICMPV6, ICMP6_FILTER, &filter, sizeof filter);
   }
   return descriptor_ != -1;
