@@ -27,11 +27,11 @@ int on_configuration(int, int, void *, void *) {
 void init_netsnmpzolarc(void) {
   zol::add_switches();
   zol::StaticTable::register_columns(true);
-  for (const zol::Module *module : zol::modules()) {
-    if (is_first(*module)) module->init();
+  for (const zol::Module &module : zol::modules()) {
+    if (is_first(module)) module.init();
   }
-  for (const zol::Module *module : zol::modules()) {
-    if (!is_first(*module) && !zol::is_extension(*module)) module->init();
+  for (const zol::Module &module : zol::modules()) {
+    if (!is_first(module) && !zol::is_extension(module)) module.init();
   }
   // Before a subagent connects, which it does in a callback of the usual priority.
   netsnmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, on_configuration, nullptr, -1);
@@ -42,7 +42,7 @@ void deinit_netsnmpzolarc(void) {
   zol::stop_sampling();
   snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, on_configuration, nullptr, 1);
   zol::remove_extensions();
-  for (const zol::Module *module : zol::modules()) module->deinit();
+  for (const zol::Module &module : zol::modules()) module.deinit();
   zol::StaticTable::register_columns(false);
   zol::remove_switches();
 }

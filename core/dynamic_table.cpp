@@ -86,8 +86,8 @@ unsigned char *DynamicTable::find(variable *record, oid *name, size_t *length, i
                                   WriteMethod **write_method) {
   *write_method = nullptr;
   const std::span<const oid> own(record->name, record->namelen);
-  const auto column = std::find_if(columns_.begin(), columns_.end(),
-                                   [&](const DynamicColumn &listed) { return listed.number == record->magic; });
+  const auto column =
+      std::ranges::find_if(columns_, [&](const DynamicColumn &listed) { return listed.number == record->magic; });
   if (column == columns_.end()) return nullptr;
   size_t row = select(own, {name, *length}, exact != 0);
   // A GETNEXT passes over the rows that have no such cell.
@@ -113,8 +113,8 @@ bool registered = false;
 void register_extensions(bool wanted) {
   if (registered == wanted) return;
   registered = wanted;
-  for (const Module *module : modules()) {
-    if (is_extension(*module)) (wanted ? module->init : module->deinit)();
+  for (const Module &module : modules()) {
+    if (is_extension(module)) (wanted ? module.init : module.deinit)();
   }
 }
 

@@ -127,7 +127,7 @@ constexpr std::array<ObjectInfo, N> dynamic_info(const Arcs &entry, const Dynami
     auto info = [&](const DynamicColumn &column) {
       Arcs arcs = entry;
       arcs.arc[arcs.count++] = column.number;
-      return ObjectInfo{column.name, arcs, column.type, column.access, {}, rows, Tree::extensions};
+      return ObjectInfo{column.name, arcs, column.type, column.access, Tree::extensions, rows};
     };
     return std::array<ObjectInfo, N>{info(columns[i])...};
   }

@@ -7,10 +7,10 @@
 
 // The linker marks the ends of the sections that ZOL_REGISTER and ZOL_REGISTER_TOKEN fill.
 extern "C" {
-extern const zol::Module *const start_of_modules[] __asm__("__start_zol_modules") __attribute__((visibility("hidden")));
-extern const zol::Module *const end_of_modules[] __asm__("__stop_zol_modules") __attribute__((visibility("hidden")));
-extern const zol::Token *const start_of_tokens[] __asm__("__start_zol_tokens") __attribute__((visibility("hidden")));
-extern const zol::Token *const end_of_tokens[] __asm__("__stop_zol_tokens") __attribute__((visibility("hidden")));
+extern const zol::Module start_of_modules[] __asm__("__start_zol_modules") __attribute__((visibility("hidden")));
+extern const zol::Module end_of_modules[] __asm__("__stop_zol_modules") __attribute__((visibility("hidden")));
+extern const zol::Token start_of_tokens[] __asm__("__start_zol_tokens") __attribute__((visibility("hidden")));
+extern const zol::Token end_of_tokens[] __asm__("__stop_zol_tokens") __attribute__((visibility("hidden")));
 }
 
 namespace zol {
@@ -21,12 +21,14 @@ template <class Entry>
 std::span<Entry> between(Entry *start, Entry *end) {
   // The distance is taken between addresses: to the compiler the two marks are arrays that have nothing in common.
   const auto bytes = reinterpret_cast<uintptr_t>(end) - reinterpret_cast<uintptr_t>(start);
-  return {start, bytes / sizeof(void *)};
+  return {start, bytes / sizeof(Entry)};
 }
 
 }  // namespace
 
-std::span<const Module *const> modules() { return between(start_of_modules, end_of_modules); }
+std::span<const Token> tokens() { return between(start_of_tokens, end_of_tokens); }
+
+std::span<const Module> modules() { return between(start_of_modules, end_of_modules); }
 
 FullOid full_oid(int32_t enterprise, const Arcs &arcs, Tree tree) {
   FullOid full{{1, 3, 6, 1, 4, 1, static_cast<oid>(static_cast<uint32_t>(enterprise)), 8, static_cast<oid>(tree)}, 9};
@@ -70,15 +72,15 @@ void add_token(const char *token, void (*parse)(const char *, char *), void (*re
 void remove_token(const char *token) { snmpd_unregister_config_handler(token); }
 
 void ModuleTokens::add() {
-  for (const Token *token : between(start_of_tokens, end_of_tokens)) {
-    if (strcmp(token->module, module_) == 0) add_token(token->name, token->parse, token->release);
+  for (const Token &token : tokens()) {
+    if (strcmp(token.module, module_) == 0) add_token(token.name, token.parse, token.release);
   }
   added_ = true;
 }
 
 void ModuleTokens::remove() {
-  for (const Token *token : between(start_of_tokens, end_of_tokens)) {
-    if (added_ && strcmp(token->module, module_) == 0) remove_token(token->name);
+  for (const Token &token : tokens()) {
+    if (added_ && strcmp(token.module, module_) == 0) remove_token(token.name);
   }
   added_ = false;
 }

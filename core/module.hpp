@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <concepts>
 #include <cstddef>
@@ -37,23 +38,24 @@ constexpr uint8_t notification_type = 0;
 /// What a SET accepts: numbers for INTEGER, lengths for OCTET STRING. An object that is never set has no interval.
 struct Accepts {
   struct Interval {
-    int32_t low;
-    int32_t high;
+    int32_t low = 0;
+    int32_t high = -1;
   };
   [[nodiscard]] constexpr bool operator()(int32_t value) const {
-    for (size_t i = 0; i < count; ++i) {
-      if (interval[i].low <= value && value <= interval[i].high) return true;
-    }
-    return false;
+    return std::ranges::any_of(interval, [=](const Interval &one) { return one.low <= value && value <= one.high; });
   }
-  size_t count = 0;
+  /// Without those that hold nothing.
+  [[nodiscard]] constexpr std::span<const Interval> intervals() const {
+    const auto *const end = std::ranges::find_if(interval, [](const Interval &one) { return one.low > one.high; });
+    return {interval.data(), static_cast<size_t>(end - interval.begin())};
+  }
   std::array<Interval, 2> interval{};
 };
 
 /// Every value from `low` to `high`.
-constexpr Accepts range(int32_t low, int32_t high) { return {1, {{{low, high}}}}; }
+constexpr Accepts range(int32_t low, int32_t high) { return {{{{low, high}}}}; }
 /// Two values and nothing between them.
-constexpr Accepts one_of(int32_t first, int32_t second) { return {2, {{{first, first}, {second, second}}}}; }
+constexpr Accepts one_of(int32_t first, int32_t second) { return {{{{first, first}, {second, second}}}}; }
 
 /// What is published about one object (a scalar, or one column of a table): all that a MIB file says of it in figures.
 struct ObjectInfo {
@@ -62,11 +64,11 @@ struct ObjectInfo {
   Arcs oid;
   uint8_t type;
   Access access;
-  Accepts accepts;
-  /// How many rows a table's column can have; 0 for a scalar.
-  uint16_t rows;
   /// What `oid` counts from.
   Tree tree = Tree::products;
+  /// How many rows a table's column can have; 0 for a scalar.
+  uint16_t rows = 0;
+  Accepts accepts = {};
 };
 
 /// One module as the registry holds it. The agent starts a module with `dlmod <name> <library>`, which calls `init`.
@@ -79,7 +81,7 @@ struct Module {
 };
 
 /// Every module of the library. Each enters itself (`ZOL_REGISTER`); the linker collects them, nobody keeps a list.
-std::span<const Module *const> modules();
+std::span<const Module> modules();
 
 /// What a module holds of the agent: its rows and its tokens. Taking them back leaves the agent as if the module had
 /// never been loaded, so that unloading and the reload on SIGHUP are harmless.
@@ -122,6 +124,9 @@ struct Token {
   void (*parse)(const char *, char *);
   void (*release)();
 };
+
+/// Every token that was entered so.
+std::span<const Token> tokens();
 
 /// The tokens of one module, while the module is started.
 class ModuleTokens {
@@ -181,16 +186,18 @@ int check_integer(unsigned char type, size_t length);
 
 }  // namespace zol
 
+// The entries of the registry lie side by side: without an alignment of their own the compiler may leave gaps.
+
 /// Enters a module into the registry. `NAME` is only a part of the entry's own name.
-#define ZOL_REGISTER(NAME, ...)                                                                               \
-  namespace {                                                                                                 \
-  constinit const zol::Module NAME##_module{__VA_ARGS__};                                                     \
-  [[gnu::used, gnu::section("zol_modules")]] constinit const zol::Module *NAME##_registered = &NAME##_module; \
+#define ZOL_REGISTER(NAME, ...)                                                                    \
+  namespace {                                                                                      \
+  [[gnu::used, gnu::section("zol_modules")]] alignas(zol::Module) constinit const zol::Module NAME \
+      ##_module{__VA_ARGS__};                                                                      \
   }
 
 /// Enters the token NAME of MODULE, with its handlers. It is known to the agent while the module is started.
-#define ZOL_REGISTER_TOKEN(MODULE, NAME, PARSE, RELEASE)                                                         \
-  namespace {                                                                                                    \
-  constinit const zol::Token NAME##_token{#MODULE, #NAME, PARSE, RELEASE};                                       \
-  [[gnu::used, gnu::section("zol_tokens")]] constinit const zol::Token *NAME##_token_registered = &NAME##_token; \
+#define ZOL_REGISTER_TOKEN(MODULE, NAME, PARSE, RELEASE)                                        \
+  namespace {                                                                                   \
+  [[gnu::used, gnu::section("zol_tokens")]] alignas(zol::Token) constinit const zol::Token NAME \
+      ##_token{#MODULE, #NAME, PARSE, RELEASE};                                                 \
   }

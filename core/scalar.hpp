@@ -323,7 +323,8 @@ constexpr Row<arcs> make_row(const ObjectInfo &info, FindMethod *find) {
   ZOL_EXPORT extern zol::Row<NAME##_spec.row_arcs> NAME##_variables[1];                                                \
   }                                                                                                                    \
   namespace {                                                                                                          \
-  constexpr zol::ObjectInfo NAME##_info{#NAME, NAME##_spec.oid, TYPE, NAME##_spec.access, NAME##_spec.accepts, 0};     \
+  constexpr zol::ObjectInfo NAME##_info{#NAME, NAME##_spec.oid,    TYPE, NAME##_spec.access, zol::Tree::products,      \
+                                        0,     NAME##_spec.accepts};                                                   \
   constinit SCALAR NAME##_scalar(NAME##_info, NAME##_spec,                                                             \
                                  zol::ScalarFunctions{WRITE, NAME##_parse_config, NAME##_free_config}, __VA_ARGS__);   \
   }                                                                                                                    \

@@ -27,19 +27,19 @@ struct GroupedObject {
 };
 
 constexpr GroupedObject grouped_integer(const Arcs &oid, uint8_t magic, const char *name, int32_t (*read)()) {
-  return {{name, oid, ASN_INTEGER, read_only, {}, 0}, {.integer = read}, nullptr, magic};
+  return {{name, oid, ASN_INTEGER, read_only}, {.integer = read}, nullptr, magic};
 }
 constexpr GroupedObject grouped_setting(const Arcs &oid, uint8_t magic, const char *name, int32_t (*read)(),
                                         WriteMethod *write, const Accepts &accepts) {
-  return {{name, oid, ASN_INTEGER, read_write, accepts, 0}, {.integer = read}, write, magic};
+  return {{name, oid, ASN_INTEGER, read_write, Tree::products, 0, accepts}, {.integer = read}, write, magic};
 }
 constexpr GroupedObject grouped_address(const Arcs &oid, uint8_t magic, const char *name, Ipv4 (*read)(),
                                         WriteMethod *write) {
-  return {{name, oid, ASN_IPADDRESS, read_only, {}, 0}, {.address = read}, write, magic};
+  return {{name, oid, ASN_IPADDRESS, read_only}, {.address = read}, write, magic};
 }
 constexpr GroupedObject grouped_text(const Arcs &oid, uint8_t magic, const char *name, Octets (*read)(),
                                      WriteMethod *write = nullptr) {
-  return {{name, oid, ASN_OCTET_STR, read_only, {}, 0}, {.octets = read}, write, magic};
+  return {{name, oid, ASN_OCTET_STR, read_only}, {.octets = read}, write, magic};
 }
 
 /// What the registry says of a group.

@@ -122,7 +122,7 @@ constexpr std::array<ObjectInfo, N> table_info(const Arcs &entry, const Column (
     auto info = [&](const Column &column) {
       Arcs arcs = entry;
       arcs.arc[arcs.count++] = column.number;
-      return ObjectInfo{column.name, arcs, column.type, read_only, {}, rows};
+      return ObjectInfo{column.name, arcs, column.type, read_only, Tree::products, rows};
     };
     return std::array<ObjectInfo, N>{info(columns[i])...};
   }

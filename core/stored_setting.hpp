@@ -49,37 +49,37 @@ class StoredText {
 }  // namespace zol
 
 /// A stored INTEGER that starts as `INITIAL`; the arguments behind it are its arcs.
-#define ZOL_STORED_INTEGER(NAME, INITIAL, ...)                                                  \
-  extern "C" {                                                                                  \
-  ZOL_EXPORT extern int32_t NAME;                                                               \
-  ZOL_EXPORT void init_##NAME(void);                                                            \
-  ZOL_EXPORT void deinit_##NAME(void);                                                          \
-  }                                                                                             \
-  int32_t NAME = INITIAL;                                                                       \
-  namespace {                                                                                   \
-  constexpr zol::ObjectInfo NAME##_info{                                                        \
-      #NAME, {__VA_ARGS__}, ASN_INTEGER, zol::read_write, zol::range(INT32_MIN, INT32_MAX), 0}; \
-  constinit zol::StoredInteger NAME##_setting(NAME##_info, #NAME " int", &NAME);                \
-  }                                                                                             \
-  void init_##NAME(void) { NAME##_setting.init(); }                                             \
-  void deinit_##NAME(void) { NAME##_setting.deinit(); }                                         \
+#define ZOL_STORED_INTEGER(NAME, INITIAL, ...)                                                                       \
+  extern "C" {                                                                                                       \
+  ZOL_EXPORT extern int32_t NAME;                                                                                    \
+  ZOL_EXPORT void init_##NAME(void);                                                                                 \
+  ZOL_EXPORT void deinit_##NAME(void);                                                                               \
+  }                                                                                                                  \
+  int32_t NAME = INITIAL;                                                                                            \
+  namespace {                                                                                                        \
+  constexpr zol::ObjectInfo NAME##_info{                                                                             \
+      #NAME, {__VA_ARGS__}, ASN_INTEGER, zol::read_write, zol::Tree::products, 0, zol::range(INT32_MIN, INT32_MAX)}; \
+  constinit zol::StoredInteger NAME##_setting(NAME##_info, #NAME " int", &NAME);                                     \
+  }                                                                                                                  \
+  void init_##NAME(void) { NAME##_setting.init(); }                                                                  \
+  void deinit_##NAME(void) { NAME##_setting.deinit(); }                                                              \
   ZOL_REGISTER(NAME, #NAME, init_##NAME, deinit_##NAME, &NAME##_info, 1)
 
 /// A stored OCTET STRING of at most `LONGEST` octets that starts as `INITIAL`; the arguments behind it are its arcs.
-#define ZOL_STORED_TEXT(NAME, LONGEST, INITIAL, ...)                                            \
-  extern "C" {                                                                                  \
-  ZOL_EXPORT extern char NAME[(LONGEST) + 1];                                                   \
-  ZOL_EXPORT void init_##NAME##_string(void);                                                   \
-  ZOL_EXPORT void init_##NAME(void);                                                            \
-  ZOL_EXPORT void deinit_##NAME(void);                                                          \
-  }                                                                                             \
-  char NAME[(LONGEST) + 1];                                                                     \
-  namespace {                                                                                   \
-  constexpr zol::ObjectInfo NAME##_info{#NAME,           {__VA_ARGS__},          ASN_OCTET_STR, \
-                                        zol::read_write, zol::range(0, LONGEST), 0};            \
-  constinit zol::StoredText NAME##_setting(NAME##_info, "my " #NAME " string", NAME, INITIAL);  \
-  }                                                                                             \
-  void init_##NAME##_string(void) { NAME##_setting.init(); }                                    \
-  void init_##NAME(void) { NAME##_setting.init(); }                                             \
-  void deinit_##NAME(void) { NAME##_setting.deinit(); }                                         \
+#define ZOL_STORED_TEXT(NAME, LONGEST, INITIAL, ...)                                                         \
+  extern "C" {                                                                                               \
+  ZOL_EXPORT extern char NAME[(LONGEST) + 1];                                                                \
+  ZOL_EXPORT void init_##NAME##_string(void);                                                                \
+  ZOL_EXPORT void init_##NAME(void);                                                                         \
+  ZOL_EXPORT void deinit_##NAME(void);                                                                       \
+  }                                                                                                          \
+  char NAME[(LONGEST) + 1];                                                                                  \
+  namespace {                                                                                                \
+  constexpr zol::ObjectInfo NAME##_info{                                                                     \
+      #NAME, {__VA_ARGS__}, ASN_OCTET_STR, zol::read_write, zol::Tree::products, 0, zol::range(0, LONGEST)}; \
+  constinit zol::StoredText NAME##_setting(NAME##_info, "my " #NAME " string", NAME, INITIAL);               \
+  }                                                                                                          \
+  void init_##NAME##_string(void) { NAME##_setting.init(); }                                                 \
+  void init_##NAME(void) { NAME##_setting.init(); }                                                          \
+  void deinit_##NAME(void) { NAME##_setting.deinit(); }                                                      \
   ZOL_REGISTER(NAME, #NAME, init_##NAME, deinit_##NAME, &NAME##_info, 1)

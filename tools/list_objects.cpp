@@ -15,12 +15,6 @@
 #include "core/module.hpp"
 #include "core/switches.hpp"
 
-// The linker marks the ends of the section that ZOL_REGISTER_TOKEN fills.
-extern "C" {
-extern const zol::Token *const start_of_tokens[] __asm__("__start_zol_tokens");
-extern const zol::Token *const end_of_tokens[] __asm__("__stop_zol_tokens");
-}
-
 namespace {
 
 struct Entry {
@@ -72,8 +66,7 @@ void print(const Entry &entry) {
   }
   printf("\t%s\t%s\t%s\t", object.name, type_name(object), access_name(object.access));
   const char *bar = "";
-  for (size_t i = 0; i < object.accepts.count; ++i) {
-    const auto &[low, high] = object.accepts.interval[i];
+  for (const auto &[low, high] : object.accepts.intervals()) {
     printf("%s%d..%d", bar, low, high);
     bar = "|";
   }
@@ -118,14 +111,11 @@ void print_token(const char *module, const char *name, Parse *parse) {
 void print_tokens() {
   setenv("PATH", "/nonexistent", 1);
   setenv("ZOLARC_VALUE_STORE", "/nonexistent/values", 1);
-  for (const zol::Module *module : zol::modules()) {
-    const std::string parse = module->name + std::string("_parse_config");
-    print_token(module->name, module->name, reinterpret_cast<Parse *>(dlsym(RTLD_DEFAULT, parse.c_str())));
+  for (const zol::Module &module : zol::modules()) {
+    const std::string parse = module.name + std::string("_parse_config");
+    print_token(module.name, module.name, reinterpret_cast<Parse *>(dlsym(RTLD_DEFAULT, parse.c_str())));
   }
-  const auto bytes = reinterpret_cast<uintptr_t>(end_of_tokens) - reinterpret_cast<uintptr_t>(start_of_tokens);
-  for (const zol::Token *token : std::span(start_of_tokens, bytes / sizeof(void *))) {
-    print_token(token->module, token->name, token->parse);
-  }
+  for (const zol::Token &token : zol::tokens()) print_token(token.module, token.name, token.parse);
 }
 
 void print_switches() {
@@ -136,9 +126,9 @@ void print_switches() {
 
 void print_objects() {
   std::vector<Entry> entries;
-  for (const zol::Module *module : zol::modules()) {
-    for (const zol::ObjectInfo &object : std::span(module->objects, module->object_count)) {
-      entries.push_back({&object, module->name});
+  for (const zol::Module &module : zol::modules()) {
+    for (const zol::ObjectInfo &object : std::span(module.objects, module.object_count)) {
+      entries.push_back({&object, module.name});
     }
   }
   std::ranges::sort(entries, {}, path);

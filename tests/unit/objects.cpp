@@ -30,14 +30,14 @@ std::vector<RegisteredRow> start_all() {
   // what is stored names a place of its own.
   setenv("ZOLARC_VALUE_STORE", "/nonexistent/values", 0);
   std::vector<RegisteredRow> rows;
-  for (const zol::Module *module : zol::modules()) {
-    if (zol::is_extension(*module)) continue;
+  for (const zol::Module &module : zol::modules()) {
+    if (zol::is_extension(module)) continue;
     registering.clear();
-    module->init();
-    const std::span objects(module->objects, module->object_count);
+    module.init();
+    const std::span objects(module.objects, module.object_count);
     for (const auto &one : registering) {
       const auto object = std::ranges::find_if(objects, [&](const auto &info) { return belongs(one.first, info); });
-      rows.push_back({one.first, one.second, object == objects.end() ? nullptr : &*object, module});
+      rows.push_back({one.first, one.second, object == objects.end() ? nullptr : &*object, &module});
     }
   }
   std::ranges::sort(rows, OidOrder{}, &RegisteredRow::full);

@@ -24,7 +24,7 @@ constexpr int32_t highest = INT32_MAX;
 /// The numbers, or lengths, just outside of what is accepted.
 std::set<int32_t> refused(const zol::Accepts &accepts) {
   std::set<int32_t> outside;
-  for (const auto &[low, high] : std::span(accepts.interval).first(accepts.count)) {
+  for (const auto &[low, high] : accepts.intervals()) {
     if (low > lowest && !accepts(low - 1)) outside.insert(low - 1);
     if (high < highest && !accepts(high + 1)) outside.insert(high + 1);
   }
@@ -34,7 +34,7 @@ std::set<int32_t> refused(const zol::Accepts &accepts) {
 /// The ends of what is accepted.
 std::set<int32_t> accepted(const zol::Accepts &accepts) {
   std::set<int32_t> ends;
-  for (const auto &[low, high] : std::span(accepts.interval).first(accepts.count)) ends.insert({low, high});
+  for (const auto &[low, high] : accepts.intervals()) ends.insert({low, high});
   return ends;
 }
 
@@ -62,8 +62,8 @@ TEST(Registry, WhatIsRegisteredIsWhatIsDeclared) {
     EXPECT_EQ(row.row.type, row.object->type) << row.object->name;
     EXPECT_EQ(row.row.acl, row.object->access == zol::read_write ? RWRITE : RONLY) << row.object->name;
   }
-  for (const zol::Module *module : zol::modules()) {
-    for (const zol::ObjectInfo &object : std::span(module->objects, module->object_count)) {
+  for (const zol::Module &module : zol::modules()) {
+    for (const zol::ObjectInfo &object : std::span(module.objects, module.object_count)) {
       if (object.tree != zol::Tree::products || stored_by_the_agent.count(object.name) != 0) continue;
       EXPECT_EQ(rows[object.name], std::max<int>(object.rows, 1)) << object.name;
     }
@@ -85,7 +85,7 @@ TEST(Registry, AWrongLengthIsRefused) {
     if (object.type == ASN_INTEGER) {
       EXPECT_EQ(reserve(name, {ASN_INTEGER, text_of(5)}), SNMP_ERR_WRONGLENGTH);
     }
-    if (object.type != ASN_OCTET_STR || object.accepts.count == 0) return;
+    if (object.type != ASN_OCTET_STR || object.accepts.intervals().empty()) return;
     for (const int32_t length : refused(object.accepts)) {
       if (length < 0) continue;
       EXPECT_EQ(reserve(name, text_of(length)), SNMP_ERR_WRONGLENGTH) << length;
@@ -120,7 +120,7 @@ TEST(Registry, EveryAnswerFitsItsType) {
     const size_t length = found->value.bytes.size();
     if (row.object->type != ASN_OCTET_STR) {
       EXPECT_EQ(length, sizeof(int32_t)) << row.object->name;
-    } else if (row.object->accepts.count != 0) {
+    } else if (!row.object->accepts.intervals().empty()) {
       EXPECT_LE(length, static_cast<size_t>(std::ranges::max(accepted(row.object->accepts)))) << row.object->name;
     }
   }
