@@ -77,8 +77,14 @@ int msleep(int32_t milliseconds) {
   return 1;
 }
 
-int64_t zol::monotonic_ms() {
+namespace zol {
+
+int64_t monotonic_ms() {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
   return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
 }
+
+uint32_t ticks_since(int64_t when) { return static_cast<uint32_t>(static_cast<uint64_t>(monotonic_ms() - when) / 10); }
+
+}  // namespace zol

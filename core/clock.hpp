@@ -27,4 +27,7 @@ namespace zol {
 /// Milliseconds of a clock that nobody sets.
 int64_t monotonic_ms();
 
+/// How long a moment of `monotonic_ms` is past, in hundredths of a second, as TimeTicks are.
+uint32_t ticks_since(int64_t when);
+
 }  // namespace zol

@@ -26,7 +26,7 @@ bool is_plain_in_a_url(char character) {
 }  // namespace
 
 bool has_no_control_characters(const char *text, size_t length) {
-  return std::none_of(text, text + length, is_control);
+  return std::ranges::none_of(text, text + length, is_control);
 }
 
 bool guard_lets_through(const char *object, const unsigned char *bytes, size_t length, GuardCheck *check) {

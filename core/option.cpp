@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "core/text.hpp"
 
@@ -76,38 +77,65 @@ int read_switch(LineReader &&output, const char *enabled, int32_t *state) {
   return take_found(std::move(output), enabled, [=](const Value &) { *state = on; });
 }
 
+int take_first(LineReader &&output, TakeValue take, size_t shortest) {
+  if (!output) return -1;
+  if (output.next_of_at_least(shortest)) take(Value(output.line()));
+  return 0;
+}
+
+int take_found(LineReader &&output, const char *marker, TakeValue take) {
+  if (!output) return -1;
+  if (output.find(marker) != nullptr) take(Value(output.line()));
+  return 0;
+}
+
+int take_all(LineReader &&output, TakeValue take, size_t shortest) {
+  if (!output) return -1;
+  while (output.next_of_at_least(shortest)) take(Value(output.line()));
+  return 0;
+}
+
 OptionName::OptionName(const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
   vsnprintf(text_.data(), text_.size(), format, arguments);
   va_end(arguments);
-  copy_field(package_, text_.data(), 0, '.');
 }
 
-int store_number(const OptionName &option, int32_t number) {
-  shell("uci set %-s=%d;uci commit %-s", option.text(), number, option.package());
+namespace {
+
+/// The package that an option belongs to.
+struct Package {
+  explicit Package(const char *option) { copy_field(name, option, 0, '.'); }
+  char name[32]{};
+};
+
+}  // namespace
+
+int store_number(const char *option, int32_t number) {
+  shell("uci set %-s=%d;uci commit %-s", option, number, Package(option).name);
   return 0;
 }
 
-int store_switch(const OptionName &option, int32_t state) {
+int store_switch(const char *option, int32_t state) {
   return state == on || state == off ? store_number(option, state == on ? 1 : 0) : 0;
 }
 
-int store_word(const OptionName &option, const char *word) {
-  shell("uci set %-s=%s;uci commit %-s", option.text(), word, option.package());
+int store_word(const char *option, const char *word) {
+  shell("uci set %-s=%s;uci commit %-s", option, word, Package(option).name);
   return 0;
 }
 
-int store_text(const OptionName &option, const char *text) {
-  shell("uci set %-s='%s';uci commit %-s", option.text(), text, option.package());
+int store_text(const char *option, const char *text) {
+  shell("uci set %-s='%s';uci commit %-s", option, text, Package(option).name);
   return 0;
 }
 
-int store_address(const OptionName &option, Ipv4 address) { return store_word(option, DottedQuad(address).text()); }
+int store_address(const char *option, Ipv4 address) { return store_word(option, DottedQuad(address).text()); }
 
-int store_addresses(const OptionName &option, Ipv4 first, Ipv4 second) {
-  shell("uci set %-s=\"%s %s\";uci commit %-s", option.text(), DottedQuad(first).text(), DottedQuad(second).text(),
-        option.package());
+int store_addresses(const char *option, Ipv4 first, Ipv4 second) {
+  shell("uci set %-s=\"%s %s\";uci commit %-s", option, DottedQuad(first).text(), DottedQuad(second).text(),
+        Package(option).name);
   return 0;
 }
 

@@ -6,11 +6,11 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <utility>
 
 #include "core/address.hpp"
 #include "core/command.hpp"
 #include "core/export.hpp"
+#include "core/function_ref.hpp"
 
 extern "C" {
 
@@ -77,57 +77,43 @@ int read_switch(LineReader &&output, const char *enabled, int32_t *state);
 
 // The same for anything else: `take` is called with the value of each line that counts.
 
+using TakeValue = FunctionRef<void(const Value &)>;
+
 /// The first line, unless it has fewer than `shortest` characters.
-template <class Take>
-int take_first(LineReader &&output, Take take, size_t shortest = 0) {
-  if (!output) return -1;
-  if (output.next_of_at_least(shortest)) take(Value(output.line()));
-  return 0;
-}
+int take_first(LineReader &&output, TakeValue take, size_t shortest = 0);
 
 /// The first line that holds `marker`.
-template <class Take>
-int take_found(LineReader &&output, const char *marker, Take take) {
-  if (!output) return -1;
-  if (output.find(marker) != nullptr) take(Value(output.line()));
-  return 0;
-}
+int take_found(LineReader &&output, const char *marker, TakeValue take);
 
 /// Every line, up to one that has fewer than `shortest` characters.
-template <class Take>
-int take_all(LineReader &&output, Take take, size_t shortest = 0) {
-  if (!output) return -1;
-  while (output.next_of_at_least(shortest)) take(Value(output.line()));
-  return 0;
-}
+int take_all(LineReader &&output, TakeValue take, size_t shortest = 0);
 
 /// The full name of an option, "<package>.<section>.<option>", put together as printf does, of at most 95 characters.
 /// It stands in commands as it is: its parts are the library's own words and numbers, never a manager's text.
 class OptionName {
  public:
-  // NOLINTNEXTLINE(google-explicit-constructor): a name without numbers is written as it is
-  [[gnu::format(printf, 2, 3)]] OptionName(const char *format, ...);
+  [[gnu::format(printf, 2, 3)]] explicit OptionName(const char *format, ...);
+  // NOLINTNEXTLINE(google-explicit-constructor): it stands where a name without numbers is a literal
+  operator const char *() const { return text(); }
   [[nodiscard]] const char *text() const { return text_.data(); }
-  [[nodiscard]] const char *package() const { return package_.data(); }
 
  private:
-  std::array<char, 96> text_{};
-  std::array<char, 32> package_{};
+  std::array<char, 96> text_;
 };
 
 // The writers run "uci set <option>=<value>;uci commit <package>" and answer 0 always: what a command answers is told
 // to nobody.
 
-int store_number(const OptionName &option, int32_t number);
+int store_number(const char *option, int32_t number);
 /// 1 for `on` and 0 for `off`; nothing is run for another state.
-int store_switch(const OptionName &option, int32_t state);
+int store_switch(const char *option, int32_t state);
 /// The text stands in the command as it is, without quotes: a blank ends it, and what the shell reads in it counts; it
 /// is meant so.
-int store_word(const OptionName &option, const char *word);
+int store_word(const char *option, const char *word);
 /// The text stands between single quotes as it is: a quote in it ends them; it is meant so.
-int store_text(const OptionName &option, const char *text);
-int store_address(const OptionName &option, Ipv4 address);
+int store_text(const char *option, const char *text);
+int store_address(const char *option, Ipv4 address);
 /// A list of two addresses.
-int store_addresses(const OptionName &option, Ipv4 first, Ipv4 second);
+int store_addresses(const char *option, Ipv4 first, Ipv4 second);
 
 }  // namespace zol

@@ -162,8 +162,9 @@ Sources::Sources(const char *command) {
 bool Sources::at_rest() const {
   constexpr long long rest = 2;
   const long long now = time(nullptr);
-  return std::all_of(states_, states_ + 2 * count_,
-                     [=](const State &state) { return now - state.modified >= rest && now - state.changed >= rest; });
+  return std::ranges::all_of(states_, states_ + 2 * count_, [=](const State &state) {
+    return now - state.modified >= rest && now - state.changed >= rest;
+  });
 }
 
 bool find(const char *command, const Sources &sources, Output &output) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cinttypes>
 #include <cstring>
 #include <span>
 
@@ -30,7 +31,7 @@ constexpr int64_t short_ms = 500;
 /// So many texts of one program in a row, and the program is only tried now and then.
 constexpr uint32_t most_in_a_row = 2;
 /// A try takes at most one part in so many of the time.
-constexpr int64_t try_share = 10;
+constexpr uint32_t try_share = 10;
 
 pthread_mutex_t guard = PTHREAD_MUTEX_INITIALIZER;
 
@@ -85,6 +86,10 @@ int64_t lost_lately(int64_t now) {
   return sum;
 }
 
+int64_t shortest_try(int64_t deadline_ms) {
+  return std::max(short_ms, static_cast<int64_t>(static_cast<uint64_t>(deadline_ms) / try_share));
+}
+
 /// A try takes longer from time to time: the program may answer, but slowly.
 int64_t try_ms(const Program &program, int64_t shortest) {
   return shortest << std::min<uint32_t>((program.in_a_row - 1) / most_in_a_row, 2);
@@ -93,7 +98,7 @@ int64_t try_ms(const Program &program, int64_t shortest) {
 std::optional<int64_t> decide(const char *text, int64_t deadline_ms) {
   const int64_t now = monotonic_ms();
   if (rests(hash_of_text(text), now)) return std::nullopt;
-  const int64_t shortest = std::max(short_ms, deadline_ms / try_share);
+  const int64_t shortest = shortest_try(deadline_ms);
   Program *program = find_program(hash_of_program(text));
   if (program == nullptr || program->in_a_row == 0) {
     const int64_t lost = Request::current() != nullptr ? lost_lately(now) : 0;
@@ -130,8 +135,8 @@ std::optional<int64_t> time_for(const char *text, int64_t deadline_ms) {
 }
 
 void remember(const char *text, int64_t waited_ms, int64_t deadline_ms) {
-  log_line("not ready after %d.%d s, ended: %.200s", static_cast<int>(waited_ms / 1000),
-           static_cast<int>(waited_ms % 1000 / 100), text);
+  const auto tenths = static_cast<uint32_t>(waited_ms) / 100;
+  log_line("not ready after %" PRIu32 ".%" PRIu32 " s, ended: %.200s", tenths / 10, tenths % 10, text);
   became_late();
   {
     const Lock lock(guard);
@@ -146,7 +151,7 @@ void remember(const char *text, int64_t waited_ms, int64_t deadline_ms) {
       *program = {hash, 0, 0};
     }
     ++program->in_a_row;
-    program->try_at = now + try_share * std::max(short_ms, deadline_ms / try_share);
+    program->try_at = now + try_share * shortest_try(deadline_ms);
   }
   if (LateObserver *told = late_observer.load()) {
     std::array<char, 64> word{};

@@ -128,7 +128,7 @@ void CommandText::add_hidden(const char *text, size_t length) {
 }
 
 void CommandText::add_escaped(const char *text, size_t length) {
-  const bool quoted_as_a_whole = quoting_ == Quoting::bare && !std::all_of(text, text + length, is_ordinary);
+  const bool quoted_as_a_whole = quoting_ == Quoting::bare && !std::ranges::all_of(text, text + length, is_ordinary);
   const bool in_single = quoting_ == Quoting::in_single || quoted_as_a_whole;
   if (quoted_as_a_whole) add("'", 1);
   for (size_t i = 0; i < length; ++i) {

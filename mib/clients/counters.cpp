@@ -45,8 +45,7 @@ int read_errors(LineReader &&output, int32_t *out) {
 }
 
 /// Kbit/s by what `read` counts more within a second.
-template <class Read>
-int probe(float *kbps, Read read) {
+int probe(float *kbps, int (*read)(int32_t *)) {
   int32_t before = 0;
   int32_t after = 0;
   read(&before);
@@ -84,10 +83,10 @@ int zol_get_tx_realtime(float *kbps) { return probe(kbps, zol_get_tx_bytes); }
 int zol_get_rx_realtime(float *kbps) { return probe(kbps, zol_get_rx_bytes); }
 
 int zol_get_80211_tx_realtime(float *kbps) {
-  return probe(kbps, [](int32_t *out) { zol_get_80211(out, "tx_bytes"); });
+  return probe(kbps, [](int32_t *out) { return zol_get_80211(out, "tx_bytes"); });
 }
 int zol_get_80211_rx_realtime(float *kbps) {
-  return probe(kbps, [](int32_t *out) { zol_get_80211(out, "rx_bytes"); });
+  return probe(kbps, [](int32_t *out) { return zol_get_80211(out, "rx_bytes"); });
 }
 
 // Placeholders.

@@ -9,6 +9,7 @@
 
 #include "core/clock.hpp"
 #include "core/command.hpp"
+#include "core/function_ref.hpp"
 #include "core/text.hpp"
 #include "mib/clients/clients.hpp"
 #include "mib/clients/counters.hpp"
@@ -53,8 +54,7 @@ CommandOutput<> list_counters(int interface) { return CommandOutput("80211stats 
 
 /// Asks one interface after the other until `look` finds what it wants of the station in the output of
 /// `start(interface)`.
-template <class Look>
-int search(const char *mac, CommandOutput<> (*start)(int), Look look) {
+int search(const char *mac, CommandOutput<> (*start)(int), FunctionRef<bool(LineReader &, const Mac &)> look) {
   const auto station = parse_mac(mac, '-');
   if (!station) return 0;
   // None where they cannot be counted.
@@ -81,9 +81,8 @@ const char *find_behind(LineReader &output, const Marker &address, const char *l
 
 /// The same for what stands at `label` on the line that holds the station's address, as `write` writes it, or on a
 /// later one: `take` is called with it.
-template <class Take>
 int search_label(const char *mac, CommandOutput<> (*start)(int), Marker (*write)(const Mac &), const char *label,
-                 Take take) {
+                 FunctionRef<void(const char *)> take) {
   return search(mac, start, [=](LineReader &output, const Mac &station) {
     const char *found = find_behind(output, write(station), label);
     if (found != nullptr) take(found);

@@ -16,7 +16,7 @@ int read_radio(int radio, int32_t *status) {
 }
 
 int switch_radio(int radio, int32_t status) {
-  return store_number({"wireless.wifi%d.disabled", radio}, status == on ? 0 : 1);
+  return store_number(OptionName("wireless.wifi%d.disabled", radio), status == on ? 0 : 1);
 }
 
 /// A port is up when `ifconfig`, which lists what is up, names its VLAN interface.

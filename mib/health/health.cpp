@@ -15,8 +15,6 @@ namespace {
 
 int64_t loaded_at = 0;
 
-std::optional<uint32_t> ticks_since(int64_t when) { return static_cast<uint32_t>((monotonic_ms() - when) / 10); }
-
 std::optional<uint32_t> of_collection(uint32_t value) { return any_collection() ? std::optional(value) : std::nullopt; }
 
 constexpr DynamicColumn objects[] = {
@@ -59,7 +57,7 @@ constexpr DynamicColumn objects[] = {
     /// Which build of that version it is, as whoever built it has named it.
     text_column(15, "zol_health_build", [](size_t) { return std::optional(text_answer(ZOL_BUILD)); }),
     /// The time since the library was loaded.
-    ticks_column(16, "zol_health_uptime", [](size_t) { return ticks_since(loaded_at); }),
+    ticks_column(16, "zol_health_uptime", [](size_t) { return std::optional(ticks_since(loaded_at)); }),
 };
 
 }  // namespace

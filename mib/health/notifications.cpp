@@ -7,6 +7,7 @@
 #include "core/clock.hpp"
 #include "core/command/counters.hpp"
 #include "core/enterprise.hpp"
+#include "core/function_ref.hpp"
 #include "core/guard.hpp"
 #include "core/lock.hpp"
 #include "core/static_table.hpp"
@@ -22,10 +23,10 @@ StationChanges zol::station_changes;
 namespace {
 
 constexpr ObjectInfo carried(uint8_t number, const char *name, uint8_t type) {
-  return {name, Arcs{3, number}, type, accessible_for_notify, {}, 0, Tree::extensions};
+  return {name, Arcs{3, number}, type, accessible_for_notify, Tree::extensions};
 }
 constexpr ObjectInfo notification(uint8_t number, const char *name) {
-  return {name, Arcs{0, number}, notification_type, accessible_for_notify, {}, 0, Tree::extensions};
+  return {name, Arcs{0, number}, notification_type, accessible_for_notify, Tree::extensions};
 }
 
 constexpr ObjectInfo objects[] = {
@@ -161,8 +162,7 @@ bool may_send() {
 }
 
 /// Sends what `fill` makes of a notification, or counts it in `untold`.
-template <class Fill>
-void tell(Kind kind, uint32_t &untold, Fill fill) {
+void tell(Kind kind, uint32_t &untold, FunctionRef<void(Notification &)> fill) {
   if (!wanted()) return;
   if (!may_send()) {
     ++untold;
@@ -190,12 +190,11 @@ void tell_station(Kind kind, uint32_t &untold, const Snapshot &snapshot, const S
   tell(kind, untold, [&](Notification &told) {
     char name[8];
     snprintf(name, sizeof name, "ath%u", station.interface);
-    const auto ticks = static_cast<uint32_t>((monotonic_ms() - station.found_at) / 10);
     told.with(mac, {station.mac.data(), station.mac.size()})
         .with(ssid, snapshot.interfaces[station.interface].ssid)
         .with(interface, name)
         .with(signal_strength, ASN_INTEGER, static_cast<uint32_t>(station.signal))
-        .with(connected, ASN_TIMETICKS, ticks);
+        .with(connected, ASN_TIMETICKS, ticks_since(station.found_at));
   });
 }
 

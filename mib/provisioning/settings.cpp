@@ -110,7 +110,7 @@ namespace {
 
 /// Nothing but words, which name options and files.
 bool is_words(const char *text, size_t length) {
-  return std::all_of(text, text + length, [](char character) {
+  return std::ranges::all_of(text, text + length, [](char character) {
     return isalnum(static_cast<unsigned char>(character)) != 0 || strchr(" _./:-", character) != nullptr;
   });
 }

@@ -67,7 +67,7 @@ std::optional<Row> absent_client(int32_t position) {
   const auto rules = recent_rules().all();
   for (auto rule = rules.begin(); rule != rules.end(); ++rule) {
     const auto is_same = [&](const qos::Rule &before) { return before.client == rule->client; };
-    const bool is_first = rule->client && std::none_of(rules.begin(), rule, is_same);
+    const bool is_first = rule->client && std::ranges::none_of(rules.begin(), rule, is_same);
     if (is_first && !is_listed(*rule->client) && --position == 0) return Row{*rule->client, rule->address};
   }
   return std::nullopt;

@@ -202,14 +202,14 @@ bool qos::Rules::load() {
 
 const Rule *qos::Rules::find(const Client &client) const {
   const auto rules = all();
-  const auto found = std::find_if(rules.begin(), rules.end(), [&](const Rule &rule) { return rule.is_of(client); });
+  const auto found = std::ranges::find_if(rules, [&](const Rule &rule) { return rule.is_of(client); });
   return found == rules.end() ? nullptr : &*found;
 }
 
 const Rule *qos::Rules::find(const Client &client, Direction direction) const {
   const auto rules = all();
-  const auto found = std::find_if(rules.begin(), rules.end(),
-                                  [&](const Rule &rule) { return rule.direction == direction && rule.is_of(client); });
+  const auto found =
+      std::ranges::find_if(rules, [&](const Rule &rule) { return rule.direction == direction && rule.is_of(client); });
   return found == rules.end() ? nullptr : &*found;
 }
 

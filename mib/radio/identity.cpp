@@ -125,7 +125,9 @@ ZOL_TEXT(wlan_ssid, text_size, .oid = {3, 1, 4}, .accepts = range(0, 64));
 
 int get_wlan_ssid(char *ssid) { return read_ssid(wlan_index, {ssid, text_size}); }
 
-int set_wlan_ssid(const char *ssid) { return store_text({"wireless.@wifi-iface[%d].ssid", wlan_index}, ssid); }
+int set_wlan_ssid(const char *ssid) {
+  return store_text(OptionName("wireless.@wifi-iface[%d].ssid", wlan_index), ssid);
+}
 
 /// The country of operation as its ISO 3166-1 number (option country of the radio); 0 when it is not configured.
 ZOL_INTEGER(wlan_countrycode, .oid = {3, 1, 5}, .accepts = range(0, 887));
@@ -134,7 +136,7 @@ int get_wlan_countrycode(int32_t *code) {
   return read_number(CommandOutput("uci show wireless | grep \"wifi%d.country=\"", wlan_index), 0, code, &Value::rest);
 }
 
-int set_wlan_countrycode(int32_t code) { return store_number({"wireless.wifi%d.country", wlan_index}, code); }
+int set_wlan_countrycode(int32_t code) { return store_number(OptionName("wireless.wifi%d.country", wlan_index), code); }
 
 /// @syntax ZolarcSwitch
 /// Whether the network's name is left out of the beacons (option hidden).
@@ -146,7 +148,7 @@ int get_wlan_networkhidden(int32_t *hidden) {
 }
 
 int set_wlan_networkhidden(int32_t hidden) {
-  return store_number({"wireless.@wifi-iface[%d].hidden", wlan_index}, hidden == 1 ? 1 : 0);
+  return store_number(OptionName("wireless.@wifi-iface[%d].hidden", wlan_index), hidden == 1 ? 1 : 0);
 }
 
 /// Only stored in the agent. Meant for the addresses of stations to be sent away, separated by semicolons; nothing on

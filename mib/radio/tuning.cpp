@@ -14,8 +14,8 @@ namespace {
 enum class Owner : uint8_t { radio, network };
 
 OptionName name_of(Owner owner, int index, const char *option) {
-  if (owner == Owner::radio) return {"wireless.wifi%d.%s", index, option};
-  return {"wireless.@wifi-iface[%d].%s", index, option};
+  if (owner == Owner::radio) return OptionName("wireless.wifi%d.%s", index, option);
+  return OptionName("wireless.@wifi-iface[%d].%s", index, option);
 }
 
 /// An option that holds a number.
@@ -137,7 +137,7 @@ int get_chann_specwidth(int32_t *width) {
 }
 
 int set_chann_specwidth(int32_t width) {
-  return store_word({"wireless.wifi%d.hwmode", wlan_index}, width == 20 ? "11ng20" : "11ng");
+  return store_word(OptionName("wireless.wifi%d.hwmode", wlan_index), width == 20 ? "11ng20" : "11ng");
 }
 
 /// @syntax INTEGER { automatic(1), fixed(2) }
@@ -149,5 +149,5 @@ int get_wlan_acktimeoutauto(int32_t *timeout) {
 }
 
 int set_wlan_acktimeoutauto(int32_t timeout) {
-  return store_number({"wireless.wifi%d.autoack", wlan_index}, timeout == on ? 1 : 0);
+  return store_number(OptionName("wireless.wifi%d.autoack", wlan_index), timeout == on ? 1 : 0);
 }

@@ -24,7 +24,9 @@ CommandOutput<> show(const Option &option) {
   return CommandOutput("uci show wireless.@wifi-iface[%d].%-s", security_index, option.name);
 }
 
-OptionName name_of(const Option &option) { return {"wireless.@wifi-iface[%d].%s", security_index, option.name}; }
+OptionName name_of(const Option &option) {
+  return OptionName("wireless.@wifi-iface[%d].%s", security_index, option.name);
+}
 
 // The readers answer what get_X returns.
 

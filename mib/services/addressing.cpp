@@ -25,7 +25,7 @@ int read_protocol(LineReader &&output, const char *option, std::span<const char 
   std::array<char, 128> word{};
   if (found == nullptr || !scan_word(word, found + strlen(option))) return 0;
   const auto is_contained = [&](const char *protocol) { return strstr(word.data(), protocol) != nullptr; };
-  const auto protocol = std::find_if(known.begin(), known.end(), is_contained);
+  const auto protocol = std::ranges::find_if(known, is_contained);
   if (protocol != known.end()) *number = static_cast<int32_t>(protocol - known.begin());
   return 0;
 }

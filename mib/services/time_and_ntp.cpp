@@ -108,7 +108,7 @@ int get_ntpserver_candidates(char *servers) {
 }
 
 int set_ntpserver_candidates(const char *servers) {
-  const auto separators = static_cast<unsigned>(std::count(servers, servers + strlen(servers), ';'));
+  const auto separators = static_cast<unsigned>(std::ranges::count(servers, servers + strlen(servers), ';'));
   CommandLine line;
   line.append("uci set system.ntp.server=\"\";");
   // Each separator counts, but an empty field does not: behind an empty one the last server is added again. It is meant

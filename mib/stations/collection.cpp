@@ -2,6 +2,7 @@
 
 #include "core/clock.hpp"
 #include "core/command.hpp"
+#include "core/function_ref.hpp"
 #include "core/lock.hpp"
 #include "core/net_snmp.hpp"
 #include "mib/clients/clients.hpp"
@@ -57,8 +58,7 @@ constexpr Limits all_of_it{.bytes = 4'194'304};
 using Output = CommandOutput<line_size>;
 
 /// Hands every line of an output to `use`. False when the command failed or was late.
-template <class Use>
-bool each_line(Output &&output, Use use) {
+bool each_line(Output &&output, FunctionRef<void(const char *)> use) {
   bool inside = false;
   while (output.next_without_newline() && !collections_abandoned()) {
     const bool continues = strlen(output.line()) == output.length_as_read();
@@ -103,8 +103,7 @@ uint32_t used_interfaces(const Snapshot &snapshot) {
   return interfaces;
 }
 
-template <class Use>
-bool each_interface(uint32_t interfaces, Use use) {
+bool each_interface(uint32_t interfaces, FunctionRef<bool(uint8_t)> use) {
   for (uint8_t index = 0; index < most_interfaces; ++index) {
     if ((interfaces & 1U << index) != 0 && !use(index)) return false;
   }

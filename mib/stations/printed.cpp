@@ -115,9 +115,8 @@ void StationOutput::counters(const char *line, int64_t now) {
     const char *word = text;
     while (in_word(*text)) ++text;
     const auto length = static_cast<size_t>(text - word);
-    const auto *const name = std::find_if(std::begin(names), std::end(names), [&](const char *wanted) {
-      return strlen(wanted) == length && strncmp(wanted, word, length) == 0;
-    });
+    const auto *const name = std::ranges::find_if(
+        names, [&](const char *wanted) { return strlen(wanted) == length && strncmp(wanted, word, length) == 0; });
     if (name == std::end(names)) continue;
     // The figure stands before the next name.
     while (*text != '\0' && !in_word(*text)) ++text;

@@ -51,11 +51,21 @@ bool Snapshot::add(const Mac &mac, uint8_t interface) {
   return true;
 }
 
+namespace {
+
+/// For qsort, which has a fraction of std::sort's code.
+int by_address(const void *one, const void *other) {
+  const auto &a = *static_cast<const StationRecord *>(one);
+  const auto &b = *static_cast<const StationRecord *>(other);
+  const int order = memcmp(a.mac.data(), b.mac.data(), a.mac.size());
+  return order != 0 ? order : b.interface - a.interface;
+}
+
+}  // namespace
+
 void Snapshot::sort() {
   const auto listed = stations();
-  std::sort(listed.begin(), listed.end(), [](const StationRecord &a, const StationRecord &b) {
-    return a.mac != b.mac ? a.mac < b.mac : a.interface > b.interface;
-  });
+  if (!listed.empty()) qsort(listed.data(), listed.size(), sizeof(StationRecord), by_address);
   const auto end = std::unique(listed.begin(), listed.end(),
                                [](const StationRecord &a, const StationRecord &b) { return a.mac == b.mac; });
   count_ = static_cast<size_t>(end - listed.begin());

@@ -98,9 +98,8 @@ constexpr DynamicColumn columns[] = {
     /// The name that it has given to the DHCP server, without control characters.
     text_column(12, "zol_station_name", text_of<&S::name, Figure::name>),
     /// The time since the collection that first found it on its interface.
-    ticks_column(
-        13, "zol_station_connected",
-        [](size_t row) { return std::optional(static_cast<uint32_t>((monotonic_ms() - station(row).found_at) / 10)); }),
+    ticks_column(13, "zol_station_connected",
+                 [](size_t row) { return std::optional(ticks_since(station(row).found_at)); }),
     /// @units octets
     /// Octets sent to it. A counter of 32 bits is carried on when it has passed its end between two collections. Counts
     /// anew when the station associates anew.

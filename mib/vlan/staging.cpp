@@ -30,7 +30,7 @@ bool read_option(const vlan::Kind &kind, int32_t id, const char *option, std::sp
   if (id == 0) return false;
   const vlan::Place place = find_section(kind, id);
   if (!place.found) return false;
-  services_get_string(OptionName("%s.@vlan[%d].%s", kind.package, place.section, option).text(), text.data());
+  services_get_string(OptionName("%s.@vlan[%d].%s", kind.package, place.section, option), text.data());
   return true;
 }
 
