@@ -187,17 +187,16 @@ int check_integer(unsigned char type, size_t length);
 }  // namespace zol
 
 // The entries of the registry lie side by side: without an alignment of their own the compiler may leave gaps.
+#define ZOL_ENTRY_(SECTION, TYPE) [[gnu::used, gnu::section(SECTION)]] alignas(TYPE) constinit const TYPE
 
 /// Enters a module into the registry. `NAME` is only a part of the entry's own name.
-#define ZOL_REGISTER(NAME, ...)                                                                    \
-  namespace {                                                                                      \
-  [[gnu::used, gnu::section("zol_modules")]] alignas(zol::Module) constinit const zol::Module NAME \
-      ##_module{__VA_ARGS__};                                                                      \
+#define ZOL_REGISTER(NAME, ...)                                      \
+  namespace {                                                        \
+  ZOL_ENTRY_("zol_modules", zol::Module) NAME##_module{__VA_ARGS__}; \
   }
 
 /// Enters the token NAME of MODULE, with its handlers. It is known to the agent while the module is started.
-#define ZOL_REGISTER_TOKEN(MODULE, NAME, PARSE, RELEASE)                                        \
-  namespace {                                                                                   \
-  [[gnu::used, gnu::section("zol_tokens")]] alignas(zol::Token) constinit const zol::Token NAME \
-      ##_token{#MODULE, #NAME, PARSE, RELEASE};                                                 \
+#define ZOL_REGISTER_TOKEN(MODULE, NAME, PARSE, RELEASE)                             \
+  namespace {                                                                        \
+  ZOL_ENTRY_("zol_tokens", zol::Token) NAME##_token{#MODULE, #NAME, PARSE, RELEASE}; \
   }
