@@ -76,7 +76,7 @@ class StaticTable {
   /// for whatever is registered, and the tree has 1,400 cells.
   static void register_columns(bool wanted) { by_column_ = wanted; }
 
-  /// Fills in the records, one per cell, row by row, and registers them and the tokens.
+  /// Registers the cells, by the records that it fills in for them row by row, or the columns, and the tokens.
   void init();
   void deinit();
 

@@ -36,6 +36,8 @@ _AGENT_PROGRAMS = (Path("/usr/sbin/snmpd"), Path("/usr/sbin/snmptrapd"))
 # Where a device has an agent of its own.
 _OWN_AGENT = "/opt/agent"
 _EMULATOR = f"{_OWN_AGENT}/emulator"
+# Where an emulated program's memory begins in that of its emulator.
+_GUEST_BASE = 1 << 32
 
 
 def wait_until(condition: Callable[[], Any], what: str, timeout: float = 60.0) -> Any:
@@ -249,7 +251,8 @@ class Device:
         if uptime.exists():
             command += ["--ro-bind", str(uptime), "/proc/uptime"]
         command += ["--chdir", "/", "--clearenv"]
-        for name, value in {"PATH": _PATH, "HOME": "/root", "MIBS": "", **(env or {})}.items():
+        emulated = {"QEMU_GUEST_BASE": hex(_GUEST_BASE)} if self.machine else {}
+        for name, value in {"PATH": _PATH, "HOME": "/root", "MIBS": "", **emulated, **(env or {})}.items():
             command += ["--setenv", name, value]
         return command
 
@@ -480,6 +483,7 @@ class Program:
     def __init__(self, device: Device, arguments: list[str], log: Path, *, env: dict[str, str] | None, detached: bool):
         self.log_file = log
         self._name = Path(arguments[0]).name[:15]
+        self._is_emulated = device.machine is not None
         with log.open("ab") as output:
             self.process = device.popen(arguments, env=env, output=output, detached=detached)
         try:
@@ -508,9 +512,17 @@ class Program:
         return self.process.poll() is None
 
     def rss_kib(self) -> int:
-        """Its resident memory."""
-        status = Path(f"/proc/{self.pid}/status").read_text()
-        return int(re.search(r"VmRSS:\s+(\d+)", status)[1])  # type: ignore[index]
+        """Its resident memory, without that of its emulator."""
+        if not self._is_emulated:
+            status = Path(f"/proc/{self.pid}/status").read_text()
+            return int(re.search(r"VmRSS:\s+(\d+)", status)[1])  # type: ignore[index]
+        total, inside = 0, False
+        for line in Path(f"/proc/{self.pid}/smaps").read_text().splitlines():
+            if mapped := re.match(r"([0-9a-f]+)-[0-9a-f]+ ", line):
+                inside = _GUEST_BASE <= int(mapped[1], 16) < 2 * _GUEST_BASE
+            elif inside and line.startswith("Rss:"):
+                total += int(line.split()[1])
+        return total
 
     def open_fds(self) -> int:
         return len(os.listdir(f"/proc/{self.pid}/fd"))

@@ -32,7 +32,7 @@ def pytest_collection_modifyitems(items: list[pytest.Item]) -> None:
         if line.startswith("#"):
             continue
         where, test, why = (field.strip() for field in line.split("|"))
-        expected = pytest.mark.xfail(reason=why, strict=False)
+        expected = pytest.mark.xfail(reason=why, strict=True)
         if where == "all":
             expected = pytest.mark.skip(reason=why)
         elif not release.startswith(where) and (machine is None or machine.name != where):

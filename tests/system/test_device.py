@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import re
 
 import pytest
@@ -30,7 +31,7 @@ def test_settings_on_the_agents_own_handlers(device: Device, agent: Agent) -> No
     for oid, start in starts.items():
         assert agent.get(oid).value == start
         # Where a long has eight bytes this handler of the agent refuses every value; on the device it stores it.
-        with pytest.raises(SnmpError, match="wrongLength"):
+        with contextlib.nullcontext() if device.machine else pytest.raises(SnmpError, match="wrongLength"):
             agent.set(oid, "i", 5)
     assert agent.get("16.2.0").text == "http://127.0.0.1/redirect"
     for url in ("", "http://192.168.1.1/login", "x" * 120):
