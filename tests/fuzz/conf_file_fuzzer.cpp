@@ -35,7 +35,7 @@ std::string held() {
 std::string take(std::string &input) {
   const std::string text = input.substr(0, input.find('\1'));
   input.erase(0, text.size() + 1);
-  return text.c_str();
+  return text.substr(0, text.find('\0'));
 }
 
 std::optional<std::string> value_of(ConfFile *file, const std::string &key) {

@@ -92,7 +92,7 @@ constexpr zol::Mac other = {0xf4, 0x5c, 0x89, 0x10, 0x20, 0x31};
 std::string section(int number, const std::vector<std::string> &options) {
   const std::string name = "qos.@classify[" + std::to_string(number) + "]";
   std::string text = name + "=classify\n";
-  for (const std::string &option : options) text += name + "." + option + "\n";
+  for (const std::string &option : options) text.append(name).append(1, '.').append(option).append(1, '\n');
   return text;
 }
 

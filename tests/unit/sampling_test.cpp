@@ -454,7 +454,7 @@ TEST_F(Bundle, AHangingCommandHoldsUpNeitherRequestsNorTheEnd) {
   const fs::path folder = fs::path(testing::TempDir()) / ("zolarc-" + std::to_string(getpid()));
   const fs::path hangs = folder / "hangs";
   fs::create_directory(folder);
-  std::ofstream{hangs};
+  std::ofstream(hangs).close();
   std::ofstream(folder / "brctl") << "#!/bin/sh\necho >> " << (folder / "calls").string() << "\nwhile [ -e "
                                   << hangs.string() << " ]; do sleep 0.05; done\n";
   fs::permissions(folder / "brctl", fs::perms::all);
