@@ -86,8 +86,7 @@ unsigned char *DynamicTable::find(variable *record, oid *name, size_t *length, i
                                   WriteMethod **write_method) {
   *write_method = nullptr;
   const std::span<const oid> own(record->name, record->namelen);
-  const auto column =
-      std::ranges::find_if(columns_, [&](const DynamicColumn &listed) { return listed.number == record->magic; });
+  const auto column = std::ranges::find(columns_, record->magic, &DynamicColumn::number);
   if (column == columns_.end()) return nullptr;
   size_t row = select(own, {name, *length}, exact != 0);
   // A GETNEXT passes over the rows that have no such cell.

@@ -86,6 +86,7 @@ int64_t lost_lately(int64_t now) {
   return sum;
 }
 
+/// Divides without a sign, as ticks_since() does: 32-bit machines need code for that anyhow, and none for the other.
 int64_t shortest_try(int64_t deadline_ms) {
   return std::max(short_ms, static_cast<int64_t>(static_cast<uint64_t>(deadline_ms) / try_share));
 }
