@@ -21,7 +21,7 @@ from pathlib import Path
 from typing import IO, Any, Callable
 
 from testbed.snmp import TRAP_FORMAT, Client, NoResponse, Trap, Value, answers, free_udp_port, parse_traps
-from testbed.state import Stations, default_leases, write_default_state, write_values
+from testbed.state import Stations, default_leases, write_default_state, write_values, write_whole
 
 LIBRARY = "libnetsnmpzolarc.so.15"
 BUNDLE = "netsnmpzolarc"
@@ -218,7 +218,7 @@ class Device:
     def write(self, path: str, text: str | bytes) -> None:
         target = self.host_path(path)
         target.parent.mkdir(parents=True, exist_ok=True)
-        target.write_bytes(text if isinstance(text, bytes) else text.encode("utf-8", "surrogateescape"))
+        write_whole(target, text, staging=self.path)
 
     # Commands
 
@@ -332,7 +332,14 @@ class Device:
             if value is None:
                 file.unlink(missing_ok=True)
             else:
-                file.write_bytes(value if isinstance(value, bytes) else str(value).encode("utf-8", "surrogateescape"))
+                write_whole(file, value if isinstance(value, bytes) else str(value))
+
+    def be_up(self, seconds: float) -> None:
+        """How long the kernel says that it has been up. Known to an agent that is started after the first call."""
+        # Written in place: the running device has this very file mounted. At one length, so that no moment has half of it.
+        descriptor = os.open(self.state / "uptime", os.O_WRONLY | os.O_CREAT, 0o644)
+        with os.fdopen(descriptor, "wb") as file:
+            file.write(f"{seconds:.2f} 1.00".ljust(31).encode() + b"\n")
 
     def link(self, port: int, up: bool, at: float) -> None:
         """The kernel reports a link change of a switch port, `at` seconds after the start of the device."""
@@ -639,8 +646,8 @@ class TrapReceiver(Program):
 
 def save_agent(device: Device, agent: Agent) -> None:
     """Notes a detached agent, so that another process can stop it."""
-    (device.path / "agent.json").write_text(json.dumps({"sandbox": agent.process.pid, "agent": agent.pid,
-                                                        "port": agent.port}))
+    note = {"sandbox": agent.process.pid, "agent": agent.pid, "port": agent.port}
+    write_whole(device.path / "agent.json", json.dumps(note))
 
 
 def stop_saved_agent(device: Device) -> bool:

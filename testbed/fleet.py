@@ -19,6 +19,7 @@ from pathlib import Path
 
 from testbed.device import Agent, Device, wait_until
 from testbed.snmp import free_udp_port
+from testbed.state import write_whole
 
 REPOSITORY = Path(__file__).resolve().parent.parent
 SHARE = REPOSITORY / "share"
@@ -218,7 +219,8 @@ class Fleet:
                   f"--web.listen-address=127.0.0.1:{self.prometheus}", f"--web.user-assets={SHARE}/fleet")
         for port in filter(None, (self.exporter, self.alertmanager, self.prometheus, self.store)):
             wait_until(lambda at=port: reachable(f"http://127.0.0.1:{at}/metrics"), f"port {port} to answer", 60)
-        (self.folder / "fleet.json").write_text(json.dumps({
+        # Others wait for it.
+        write_whole(self.folder / "fleet.json", json.dumps({
             "process": os.getpid(), "page": self.page, "prometheus": self.prometheus, "alertmanager": self.alertmanager,
             "members": [[str(member.device.path), member.number, member.port, member.agent] for member in self.members]}))
 

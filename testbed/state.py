@@ -102,6 +102,18 @@ _DMESG = """\
 _LEASE_SECONDS = 12 * 3600
 
 
+def write_whole(file: Path, content: str | bytes, staging: Path | None = None) -> None:
+    """Writes a file in one step: whoever reads it meanwhile sees the former content or this one. @param staging where it is
+    written first, if not beside it; a folder of the same file system"""
+    target = file.resolve()
+    mode = target.stat().st_mode & 0o7777 if target.exists() else 0o644
+    descriptor, name = tempfile.mkstemp(dir=staging or target.parent, prefix=".new-")
+    with os.fdopen(descriptor, "wb") as new:
+        new.write(content if isinstance(content, bytes) else content.encode("utf-8", "surrogateescape"))
+        os.fchmod(descriptor, mode)
+    os.replace(name, target)
+
+
 def write_values(folder: Path, values: dict[str, object]) -> None:
     """Writes one file for each value; a nested dictionary becomes a folder, None removes the file."""
     folder.mkdir(parents=True, exist_ok=True)
@@ -111,7 +123,7 @@ def write_values(folder: Path, values: dict[str, object]) -> None:
         elif value is None:
             (folder / name).unlink(missing_ok=True)
         else:
-            (folder / name).write_text(f"{value}\n", encoding="utf-8")
+            write_whole(folder / name, f"{value}\n")
 
 
 def write_default_state(folder: Path) -> None:

@@ -1,5 +1,7 @@
 #include "standins/state.hpp"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
@@ -32,14 +34,17 @@ long long Folder::number(const std::string &value, long long fallback) const {
 
 void Folder::set(const std::string &value, std::string_view text) const {
   std::filesystem::create_directories(path_);
-  const std::string file_name = path_ + "/" + value;
-  FILE *file = fopen(file_name.c_str(), "we");
+  // In one step: another tool may read it meanwhile.
+  const std::string target = path_ + "/" + value;
+  const std::string staging = path_ + "/.new-" + std::to_string(getpid());
+  FILE *file = fopen(staging.c_str(), "we");
   if (file == nullptr) {
-    perror(file_name.c_str());
+    perror(staging.c_str());
     return;
   }
   fprintf(file, "%.*s\n", static_cast<int>(text.size()), text.data());
   fclose(file);
+  if (rename(staging.c_str(), target.c_str()) != 0) perror(target.c_str());
 }
 
 std::vector<Folder> folders(const std::string &path) {

@@ -36,11 +36,8 @@ def test_the_real_tools_are_understood(device: Device) -> None:
 
 
 def test_a_port_goes_down_and_comes_back(device: Device) -> None:
-    def now(seconds: float) -> None:
-        device.set_state("", uptime=f"{seconds:.2f} 0.00")
-
     (device.state / "dmesg").write_text("")
-    now(10)
+    device.be_up(10)
     agent = device.start_agent()
 
     def ports() -> list[tuple[object, str]]:
@@ -50,19 +47,19 @@ def test_a_port_goes_down_and_comes_back(device: Device) -> None:
     assert ports() == [never, never]
     # eth0.1 is the switch's port 2, eth0.2 its port 1.
     device.link(2, True, at=10)
-    now(7209)
+    device.be_up(7209)
     assert ports() == [(1, "0 Days 01:59:59"), never]
     # Whole hours to the second count as not connected.
-    now(7210)
+    device.be_up(7210)
     assert ports() == [(0, "0 Days 02:00:00"), never]
     device.link(1, True, at=7210)
-    now(7211)
+    device.be_up(7211)
     assert ports() == [(1, "0 Days 02:00:01"), (1, "0 Days 00:00:01")]
     device.link(2, False, at=7212)
-    now(90000)
+    device.be_up(90000)
     assert ports() == [never, (1, "0 Days 22:59:50")]
     device.link(2, True, at=90000)
-    now(90061)
+    device.be_up(90061)
     assert ports() == [(1, "0 Days 00:01:01"), (1, "0 Days 23:00:51")]
     # An interface that is down has no link, whatever the kernel said of its port.
     device.set_state("interfaces/eth0.2", up=0)

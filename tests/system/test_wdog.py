@@ -24,16 +24,12 @@ def reboots(device: Device) -> int:
     return len(device.calls("reboot"))
 
 
-def be_up(device: Device, seconds: int) -> None:
-    (device.state / "uptime").write_text(f"{seconds}.00 1.00\n")
-
-
 def let_hours_pass(device: Device) -> None:
     """Until the watchdog reboots: it may have read its schedule when an hour of it was over already."""
     hours = itertools.count(1)
 
     def has_rebooted_within(seconds: float) -> bool:
-        be_up(device, 3600 * next(hours))
+        device.be_up(3600 * next(hours))
         with contextlib.suppress(TimeoutError):
             return bool(wait_until(lambda: reboots(device), "the reboot", seconds))
         return False
@@ -72,7 +68,7 @@ def boot(device: Device) -> subprocess.Popen[bytes]:
 
 
 def test_a_schedule_set_over_snmp_reboots_at_its_time(device: Device) -> None:
-    be_up(device, 5000)
+    device.be_up(5000)
     (device.state / "clock").write_text("20\n")
     port = free_udp_port()
     agent = device.start_agent([], port=port, program=["/opt/zolarc/lib/zolarcd", "--config", "{conf}", "--address",
@@ -88,7 +84,7 @@ def test_a_schedule_set_over_snmp_reboots_at_its_time(device: Device) -> None:
 
     # The clock of the next start shows the same day: what was done in it is forgotten for the test.
     device.write("/etc/wdog.state", "")
-    be_up(device, 30)
+    device.be_up(30)
     device.clear_journal()
     started = boot(device)
     wait_until(lambda: device.calls("wdog")[1:], "the watchdog to be started")
@@ -96,7 +92,7 @@ def test_a_schedule_set_over_snmp_reboots_at_its_time(device: Device) -> None:
     with pytest.raises(TimeoutError):
         wait_until(lambda: reboots(device), "no reboot in the first 600 seconds", 5)
     started.kill()
-    be_up(device, 5000)
+    device.be_up(5000)
     started = boot(device)
     wait_until(lambda: reboots(device), "the reboot after a boot")
     wait_until(lambda: "wdog: reboot, scheduled for 12:01" in device.read("/var/messages"), "the line of syslog")
@@ -104,7 +100,7 @@ def test_a_schedule_set_over_snmp_reboots_at_its_time(device: Device) -> None:
 
 
 def test_switched_off_over_snmp_nothing_is_left(device: Device, agent: Agent) -> None:
-    be_up(device, 3000)
+    device.be_up(3000)
     device.write("/etc/wdog.conf", "# mine\n[ping]\nfailures=3\ntargets=192.0.2.1\n")
     agent.stop()
     agent = device.start_agent(device.modules())
@@ -151,7 +147,7 @@ def talk(device: Device, lines: list[str]) -> str:
 
 
 def test_the_menu_on_a_terminal(device: Device) -> None:
-    be_up(device, 3590)
+    device.be_up(3590)
     text = talk(device, ["3", "1", "ap's \"quay\" $HOME", "2:10.1.1.1", "4:10.1.1", "~", "4", "2:11", "3:n", "~", "5",
                          "2:look; reboot", "~", "1", "1:hours", "3:1", "6:y", "?", "s", "e"])
     for shown in ("[~] configuration\n1. task monitor\n", "1. host name: ap's \"quay\" $HOME\n", "! gateway: an address",
