@@ -12,10 +12,10 @@ bool StaticTable::by_column_ = false;
 void StaticTable::init() {
   deinit();
   if (spec_.prepare != nullptr) spec_.prepare();
+  fill_records();
   if (by_column_) {
     add_columns();
   } else {
-    fill_records();
     registration_.add_rows(name_, reinterpret_cast<variable *>(records_.data()), sizeof(variable7), records_.size());
   }
   tokens_.add();

@@ -140,20 +140,37 @@ class StaticTable : public testing::Test {
     init_sample();
   }
   void TearDown() override { deinit_sample(); }
+
+  /// Looks at the records, and returns the cells that they stand for.
+  static OidSet cells_of(std::span<const variable7> records) {
+    const std::tuple<oid, int, int> expected[] = {{1, 200, ASN_OCTET_STR}, {3, 7, ASN_INTEGER}, {4, 9, ASN_IPADDRESS}};
+    OidSet cells;
+    for (size_t i = 0; i < records.size(); ++i) {
+      const variable7 &row = records[i];
+      const auto &[column, magic, type] = expected[i % 3];
+      EXPECT_EQ(Oid(row.name, row.name + row.namelen), (Oid{77, 2, 1, column, i / 3 + 1})) << i;
+      EXPECT_EQ(std::tuple(row.magic, row.type, row.acl), std::tuple(magic, type, RONLY)) << i;
+      EXPECT_EQ(row.findVar, var_sample);
+      cells.insert(name_of({column, i / 3 + 1}));
+    }
+    return cells;
+  }
 };
+
+TEST_F(StaticTable, FillsInItsRecordsForTheBundleToo) {
+  deinit_sample();
+  std::ranges::fill(sample_variables, variable7{});
+  zol::StaticTable::register_columns(true);
+  agent = {};
+  init_sample();
+  zol::StaticTable::register_columns(false);
+  EXPECT_TRUE(agent.rows.empty());
+  EXPECT_EQ(cells_of(sample_variables).size(), 12U);
+}
 
 TEST_F(StaticTable, IsRegisteredCellByCellAndTakenBack) {
   ASSERT_EQ(agent.rows.size(), 12U);
-  const std::tuple<oid, int, int> expected[] = {{1, 200, ASN_OCTET_STR}, {3, 7, ASN_INTEGER}, {4, 9, ASN_IPADDRESS}};
-  OidSet cells;
-  for (size_t i = 0; i < agent.rows.size(); ++i) {
-    const variable7 &row = agent.rows[i];
-    const auto &[column, magic, type] = expected[i % 3];
-    EXPECT_EQ(Oid(row.name, row.name + row.namelen), (Oid{77, 2, 1, column, i / 3 + 1})) << i;
-    EXPECT_EQ(std::tuple(row.magic, row.type, row.acl), std::tuple(magic, type, RONLY)) << i;
-    EXPECT_EQ(row.findVar, var_sample);
-    cells.insert(name_of({column, i / 3 + 1}));
-  }
+  const OidSet cells = cells_of(agent.rows);
   // In whatever order the linker has collected them.
   std::ranges::sort(agent.tokens);
   EXPECT_EQ(agent.tokens, (std::vector<std::string>{"sampleNumber", "sampleText"}));
