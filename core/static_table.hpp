@@ -76,8 +76,8 @@ class StaticTable {
   /// for whatever is registered, and the tree has 1,400 cells.
   static void register_columns(bool wanted) { by_column_ = wanted; }
 
-  /// Fills in the records, one per cell, row by row, and registers them, or the columns, and the tokens. The records are
-  /// part of the interface: they are filled in whatever is registered.
+  /// Fills in the records, one per cell, row by row, and registers them, or the columns, and the tokens. The records
+  /// are part of the interface: they are filled in whatever is registered.
   void init();
   void deinit();
 
